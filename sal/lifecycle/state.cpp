@@ -1,0 +1,9 @@
+#include "sal/lifecycle/state.h"
+
+#include "hal/hal.h"
+
+namespace simcard::lifecycle {
+
+void reset_process_state() { hal::reset_state(); }
+
+}  // namespace simcard::lifecycle

@@ -1,0 +1,27 @@
+#!/bin/sh
+# Installs the Debian packages that the build and the tests need, skipping
+# those already present. Safe to run again.
+set -eu
+
+PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libbenchmark-dev clang-format"
+
+missing=""
+for p in $PACKAGES; do
+    if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+        missing="$missing $p"
+    fi
+done
+
+if [ -z "$missing" ]; then
+    exit 0
+fi
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then
+    SUDO="sudo"
+fi
+echo "installing:$missing"
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+# shellcheck disable=SC2086
+$SUDO apt-get install -y -qq --no-install-recommends $missing
