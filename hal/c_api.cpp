@@ -10,9 +10,13 @@ constexpr int kFail = -1;
 
 extern "C" {
 
-int sim_card_init(void) { return guard(kFail, [] { return hal::open_device(); }); }
+int sim_card_init(void) {
+    return guard(kFail, [] { return hal::open_device(); });
+}
 
-int sim_card_online(void) { return guard(kFail, [] { return hal::online(); }); }
+int sim_card_online(void) {
+    return guard(kFail, [] { return hal::online(); });
+}
 
 void __sim_card_form_data(struct simio_request *req, unsigned char *header, unsigned char *data,
                           unsigned int data_len, unsigned char *resp) {
@@ -31,7 +35,8 @@ int __sim_card_get_response(struct simio_request *req, unsigned char le) {
 }
 
 int sim_card_select_file(unsigned short dir_id, unsigned short file_id) {
-    return guard(kFail, [&] { return hal::device_open() ? hal::select_file(dir_id, file_id) : kFail; });
+    return guard(kFail,
+                 [&] { return hal::device_open() ? hal::select_file(dir_id, file_id) : kFail; });
 }
 
 int __sim_card_select_file(unsigned short dir_id, unsigned short file_id) {
@@ -39,11 +44,13 @@ int __sim_card_select_file(unsigned short dir_id, unsigned short file_id) {
 }
 
 int __sim_card_read_ef(char *buf, unsigned short offset, unsigned short len) {
-    return guard(kFail, [&] { return hal::device_open() ? hal::read_ef(buf, offset, len) : kFail; });
+    return guard(kFail,
+                 [&] { return hal::device_open() ? hal::read_ef(buf, offset, len) : kFail; });
 }
 
 int __sim_card_write_ef(char *buf, unsigned short offset, unsigned short len) {
-    return guard(kFail, [&] { return hal::device_open() ? hal::write_ef(buf, offset, len) : kFail; });
+    return guard(kFail,
+                 [&] { return hal::device_open() ? hal::write_ef(buf, offset, len) : kFail; });
 }
 
 int sim_card_read_file(unsigned short dir_id, unsigned short file_id, char *buf,
@@ -87,7 +94,9 @@ int sim_card_factory_resetall(void) {
     return guard(0, [] { return hal::factory_reset_all(); });
 }
 
-int sim_card_auth(const char *key) { return guard(kFail, [&] { return hal::auth(key); }); }
+int sim_card_auth(const char *key) {
+    return guard(kFail, [&] { return hal::auth(key); });
+}
 
 int sim_card_auth_telecom_account(const char *account, const char *password) {
     return guard(kFail, [&] { return hal::auth_account(account, password); });
@@ -97,7 +106,9 @@ int hal_selectCurrentDir(unsigned short dir_id) {
     return guard(kFail, [&] { return hal::select_current_dir(dir_id); });
 }
 
-int hal_saveToSim(void) { return guard(kFail, [] { return hal::save_to_sim(); }); }
+int hal_saveToSim(void) {
+    return guard(kFail, [] { return hal::save_to_sim(); });
+}
 
 int hal_getCurrentSessionContent(unsigned short file_id, char *buf, int len) {
     return guard(kFail, [&] { return hal::get_session_content(file_id, buf, len); });

@@ -11,7 +11,7 @@
 namespace simcard::hal {
 
 constexpr uint16_t kOperatorDir = 0x7F80;
-constexpr uint16_t kChunk = 200;        // bytes per READ/UPDATE BINARY
+constexpr uint16_t kChunk = 200;  // bytes per READ/UPDATE BINARY
 constexpr unsigned kChunkPauseUs = 10000;
 constexpr size_t kUpdateBitmapBytes = 27;  // files 6F04..6FDA
 

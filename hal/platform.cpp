@@ -1,10 +1,10 @@
 #include "hal/platform.h"
 
 #include <fcntl.h>
-
-#include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include <cstdio>
 
 // The gateway's LED library is loaded with the gateway's process. The weak
 // reference resolves to it there; on a host without it the call is skipped.
@@ -15,7 +15,9 @@ namespace {
 
 int real_open(void *, const char *path, int flags, int mode) { return ::open(path, flags, mode); }
 
-int real_ioctl(void *, int fd, unsigned long request, void *arg) { return ::ioctl(fd, request, arg); }
+int real_ioctl(void *, int fd, unsigned long request, void *arg) {
+    return ::ioctl(fd, request, arg);
+}
 
 int real_usleep(void *, unsigned int usec) { return ::usleep(usec); }
 
@@ -29,11 +31,13 @@ FILE *real_fopen(void *, const char *path, const char *mode) { return std::fopen
 
 const char *real_resolve(void *, const char *path) { return path; }
 
-int real_led_set(void *, void *request) { return hgu_led_set != nullptr ? hgu_led_set(request) : -1; }
+int real_led_set(void *, void *request) {
+    return hgu_led_set != nullptr ? hgu_led_set(request) : -1;
+}
 
 constexpr simcard_platform kReal = {
-    nullptr,     real_open,   real_ioctl,   real_usleep, real_sleep, real_gettimeofday,
-    real_access, real_fopen, real_resolve, real_led_set,
+    nullptr,           real_open,   real_ioctl, real_usleep,  real_sleep,
+    real_gettimeofday, real_access, real_fopen, real_resolve, real_led_set,
 };
 
 }  // namespace

@@ -45,7 +45,8 @@ struct simcard_platform {
  * that table is used for every call. Looked up on every use, so a harness can
  * switch tables between cases.
  */
-const struct simcard_platform *simcard_platform_override(void) __attribute__((weak));
+const struct simcard_platform *simcard_platform_override(void)
+    __attribute__((weak, visibility("default")));
 
 #ifdef __cplusplus
 }

@@ -23,14 +23,14 @@ extern "C" {
 
 /* 24 bytes on the 32-bit target; natural alignment elsewhere. */
 struct simio_request {
-    unsigned char *header;   /* 5 bytes: CLA INS P1 P2 P3 */
-    unsigned char *data;     /* outgoing data, or 0 */
-    unsigned int data_len;   /* outgoing byte count */
-    unsigned char sw1;       /* status word, written by the driver */
+    unsigned char *header; /* 5 bytes: CLA INS P1 P2 P3 */
+    unsigned char *data;   /* outgoing data, or 0 */
+    unsigned int data_len; /* outgoing byte count */
+    unsigned char sw1;     /* status word, written by the driver */
     unsigned char sw2;
-    unsigned short pad;      /* zero */
-    unsigned char *resp;     /* response buffer, or 0 */
-    unsigned int reserved;   /* always 0 */
+    unsigned short pad;    /* zero */
+    unsigned char *resp;   /* response buffer, or 0 */
+    unsigned int reserved; /* always 0 */
 };
 
 #define SIMIO_IOCTL_READ 0xC0187301u   /* card to host */
@@ -83,6 +83,32 @@ SIMCARD_API int sim_card_factory_resetall(void);
 
 SIMCARD_API int sim_card_auth(const char *key); /* 16 key bytes */
 SIMCARD_API int sim_card_auth_telecom_account(const char *account, const char *password);
+
+/* ---- parameter records -------------------------------------------------- */
+
+/*
+ * Records are the text <P00="v" P01=FF> of one card file, read and rewritten
+ * in the session's copy of the current file; hal_saveToSim commits it.
+ * sim_card_read_param copies at most len - 1 characters and a NUL into dest;
+ * it returns 1 when the record holds no value. sim_card_write_param ignores
+ * len and skips the value "FF".
+ */
+SIMCARD_API int sim_card_read_param(unsigned short dir_id, unsigned short file_id,
+                                    const char *name, char *dest, unsigned short len);
+SIMCARD_API int sim_card_write_param(unsigned short dir_id, unsigned short file_id,
+                                     const char *name, const char *value, unsigned short len);
+/* content is a buffer of size bytes; the result is the new text length. */
+SIMCARD_API int _sim_combin_new_file_value(char *content, const char *name, const char *value,
+                                           int size);
+SIMCARD_API int _sim_combin_new_file_value1(char *content, const char *name, const char *value,
+                                            int size);
+/* Directory 7F80; the second argument is ignored. */
+SIMCARD_API int simcard_ReadParamFromFile(int file_id, int unused, const char *name, char *dest,
+                                          int len);
+SIMCARD_API int simcard_WriteParamToFile(int file_id, int unused, const char *name,
+                                         const char *value);
+SIMCARD_API int _simcard_WriteParamToFile(int file_id, int unused, const char *name,
+                                          const char *value);
 
 /* ---- current-file session ------------------------------------------------ */
 
