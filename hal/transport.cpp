@@ -1,12 +1,19 @@
 // The driver device and the exchange of one command with the card.
 #include <fcntl.h>
 
+#include <cstddef>
 #include <cstdio>
 
 #include "hal/hal.h"
 #include "hal/platform.h"
 
 int sim_card_fd = -1;
+
+// The record is the driver's binary interface: 24 bytes on the 32-bit target.
+static_assert(sizeof(void *) != 4 || sizeof(simio_request) == 24, "driver request record");
+static_assert(offsetof(simio_request, header) == 0 &&
+                  offsetof(simio_request, sw1) + 2 == offsetof(simio_request, pad),
+              "driver request record");
 
 namespace simcard::hal {
 
