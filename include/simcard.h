@@ -3,5 +3,6 @@
 #define SIMCARD_H
 
 #include "simcard/simcard_hal.h"
+#include "simcard/simcard_sal.h"
 
 #endif /* SIMCARD_H */
