@@ -4,5 +4,9 @@
 
 #include "simcard/simcard_hal.h"
 #include "simcard/simcard_sal.h"
+#include "simcard/simcard_loader.h"
+#include "simcard/simcard_access.h"
+#include "simcard/simcard_instance.h"
+#include "simcard/simcard_lifecycle.h"
 
 #endif /* SIMCARD_H */

@@ -37,6 +37,7 @@ int load_config() {
     documents().emplace_back(doc);
     SAL_LOG("loadSimcardConfigxml", "/configs/simcardconfig.xml load succeed!\n");
     ct_simcfg_root = ixmlNode_getFirstChild(reinterpret_cast<IXML_Node *>(doc));
+    xml::note_shape_changed();
     return 0;
 }
 
@@ -108,6 +109,7 @@ int save_to_file(const char *path) {
 void reset_state() {
     ct_simcfg_root = nullptr;
     documents().clear();
+    xml::note_shape_changed();
 }
 
 }  // namespace simcard::sal

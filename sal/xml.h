@@ -54,6 +54,19 @@ inline bool attr_is(IXML_Node *node, const char *name, std::string_view expected
     return value && *value == expected;
 }
 
+// The tree's shape generation: it changes with every change that can alter
+// which element a search by attribute finds, that is, with every change of
+// the tree's structure (note_shape_changed) and every write of the
+// attributes that select elements ("a", "n", "uri"; set_attr bumps it).
+// Indexes over the tree (sal/param_index.h) are valid for one generation.
+inline unsigned long shape_generation_counter = 0;
+
+inline unsigned long shape_generation() { return shape_generation_counter; }
+
+// To be called by code that inserts, removes or moves elements, and when a
+// document is loaded or dropped.
+inline void note_shape_changed() { ++shape_generation_counter; }
+
 // Writes the attribute as the model always does: empty first, then the value.
 // The value is copied first, so it may be the attribute's own current text.
 // Returns the IXML result (0 on success).
@@ -61,6 +74,10 @@ inline int set_attr(IXML_Node *node, const char *name, std::string_view value) {
     IXML_Element *element = as_element(node);
     if (element == nullptr) {
         return IXML_INVALID_PARAMETER;
+    }
+    const std::string_view key = name != nullptr ? name : "";
+    if (key == "a" || key == "n" || key == "uri") {
+        note_shape_changed();
     }
     const std::string copy(value);
     const int rc = ixmlElement_setAttribute(element, name, "");

@@ -2,11 +2,16 @@
 
 #include "hal/hal.h"
 #include "sal/config.h"
+#include "sal/instance/templates.h"
+#include "sal/lifecycle/update_status.h"
 
 namespace simcard::lifecycle {
 
 void reset_process_state() {
     hal::reset_state();
+    // The templates point into the document: forget them before it goes.
+    instance::reset_templates();
+    reset_update_status();
     sal::reset_state();
 }
 

@@ -1,0 +1,64 @@
+#include "tests/support/sample.h"
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include "sal/config.h"
+#include "sal/xml.h"
+
+namespace simcard::testing {
+
+std::string sample_text(std::string_view name) {
+    const std::string path = std::string(SIMCARD_SAMPLE_DIR) + "/" + std::string(name);
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+SampleTest::SampleTest() {
+    write_document(sample_text("simcardconfig.xml"));
+    clear_log();
+    std::istringstream image(sample_text("card.img"));
+    card.load_image(image);
+}
+
+void SampleTest::write_document(std::string_view text) const {
+    write_file(SIMCARD_PATH_CONFIG, text);
+}
+
+void SampleTest::load_document(std::string_view text) const {
+    write_document(text);
+    if (sal::load_config() != 0) {
+        throw std::runtime_error("the test's document does not load");
+    }
+    clear_log();
+}
+
+std::string SampleTest::log() const {
+    static const std::regex line("-[0-9]+\\]  ");
+    return std::regex_replace(read_file(SIMCARD_PATH_LOG), line, "-N]  ");
+}
+
+void SampleTest::clear_log() const { write_file(SIMCARD_PATH_LOG, ""); }
+
+IXML_Node *SampleTest::child(IXML_Node *parent, std::string_view tag) {
+    for (IXML_Node *node : sal::xml::child_elements(parent)) {
+        if (sal::xml::tag(node) == tag) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+std::string SampleTest::attr(IXML_Node *node, const char *name) {
+    const auto value = sal::xml::attr(node, name);
+    return value ? std::string(*value) : "(none)";
+}
+
+}  // namespace simcard::testing
