@@ -8,5 +8,6 @@
 #include "simcard/simcard_access.h"
 #include "simcard/simcard_instance.h"
 #include "simcard/simcard_lifecycle.h"
+#include "simcard/simcard_objects.h"
 
 #endif /* SIMCARD_H */

@@ -30,9 +30,9 @@ IXML_Node *first_param_with_uri_walk(IXML_Node *root, const char *uri);
 // What the index has done since the process started (for tests and
 // benchmarks).
 struct ParamIndexStats {
-    unsigned long builds = 0;    // walks that built the index
-    unsigned long fallbacks = 0; // hits that failed their check
-    size_t entries = 0;          // paths in the index now
+    unsigned long builds = 0;     // walks that built the index
+    unsigned long fallbacks = 0;  // hits that failed their check
+    size_t entries = 0;           // paths in the index now
 };
 ParamIndexStats param_index_stats();
 

@@ -137,7 +137,8 @@ std::string format_entries(int port, std::string_view value) {
     if (semi != std::string_view::npos) {
         // Only the first ";" splits: a third value stays in the second entry.
         const std::string_view first = value.substr(0, std::min(semi, kFirstValueMaxLength));
-        return cut(p + "/" + std::string(first) + ";" + p + "/" + std::string(value.substr(semi + 1)));
+        return cut(p + "/" + std::string(first) + ";" + p + "/" +
+                   std::string(value.substr(semi + 1)));
     }
     if (!value.empty()) {
         return cut(p + "/" + std::string(value));

@@ -1,0 +1,106 @@
+// Deleting instances, and what a restart on the same card then finds.
+#include <string>
+
+#include "sal/lifecycle/state.h"
+#include "tests/instance/fixture.h"
+
+namespace simcard::testing {
+namespace {
+
+using Delete = Objects;
+
+TEST_F(Delete, ADeviceLosesItsThreeFilesAndThePortMappingsUnderIt) {
+    capture();
+    ASSERT_EQ(1, del(kDevices + "2."));
+    const std::string out = captured();
+    EXPECT_EQ(0u, out.find("del node = " + kDevices + "2.\n")) << out;
+    EXPECT_NE(std::string::npos, out.find("node attr is null\n"));  // the static files
+    for (int file : {0x6F08, 0x6F18, 0x6F97, 0x6F65, 0x6F66}) {
+        EXPECT_EQ(nullptr, findFileNode(file)) << std::hex << file;
+        EXPECT_EQ("", record(file, "P00")) << std::hex << file;
+    }
+    EXPECT_EQ("41", record(0x6F08, "P01"));  // only P00 is emptied
+    EXPECT_EQ(kDevices + "3.", uri(0x6F09));
+    EXPECT_EQ("3.IP.1", record(0x6F67, "P00"));
+    EXPECT_EQ(nullptr, findParamNodeByUri((kDevices + "2.WANPPPConnection.1.Username").c_str()));
+
+    // Freed ids are taken again, lowest first.
+    ASSERT_EQ(1, add(kDevices, 5));
+    EXPECT_EQ(kDevices + "5.", uri(0x6F08));
+    EXPECT_EQ(kDevices + "5.", uri(0x6F18));
+    EXPECT_EQ(kDevices + "5.", uri(0x6F97));
+}
+
+TEST_F(Delete, AConnectionClearsTheDevicePathsButItsVlanAndCardOnlyRecords) {
+    const std::string vlan = uri(0x6F08, "ConnectVlanID");
+    ASSERT_EQ(1, del(kDevices + "2.WANPPPConnection.1."));
+    EXPECT_EQ(nullptr, findFileNode(0x6F65));
+    EXPECT_EQ(nullptr, findFileNode(0x6F66));
+    EXPECT_EQ(kDevices + "2.", uri(0x6F08));  // the device stays, on the card too
+    EXPECT_EQ("2.PPP.1", record(0x6F08, "P00"));
+    EXPECT_EQ("", uri(0x6F08, "PPPUsername"));
+    EXPECT_EQ("", uri(0x6F08, "ConnectionName"));
+    EXPECT_EQ("", uri(0x6F18, "PPPLCPEcho"));
+    EXPECT_EQ(vlan, uri(0x6F08, "ConnectVlanID"));
+    EXPECT_EQ(kDevices + "2.X_CT-COM_WANEponLinkConfig.Mode", uri(0x6F08, "VlanTransferMode"));
+    EXPECT_EQ("*DEL*", uri(0x6F08, "ConnIndex"));
+    EXPECT_EQ(kDevices + "3.WANIPConnection.1.Name", uri(0x6F09, "ConnectionName"));
+}
+
+TEST_F(Delete, AClassificationTakesItsTypesAlong) {
+    ASSERT_EQ(1, del(kQos + "Classification.2."));
+    for (int file : {0x6F41, 0x6F49, 0x6F4A}) {
+        EXPECT_EQ(nullptr, findFileNode(file)) << std::hex << file;
+        EXPECT_EQ("", record(file, "P00")) << std::hex << file;
+    }
+    EXPECT_EQ(kQos + "Classification.1.type.2.", uri(0x6F4B));
+    EXPECT_EQ("1", record(0x6F4B, "P00"));
+}
+
+TEST_F(Delete, BadRequestsAndFailedCardWritesChangeNothing) {
+    const size_t files = file_count();
+    capture();
+    EXPECT_EQ(1, del("InternetGatewayDevice.LANDevice.1.Hosts.1."));
+    EXPECT_EQ(0, simcard_delMulInstanceByUri((kDevices + "2.").c_str(), 0));
+    EXPECT_EQ(0, simcard_delMulInstanceByUri(nullptr, 1));
+    EXPECT_EQ(0, delMulInstanceNode(nullptr));
+    // 6F3A is not on the card: its element stays.
+    IXML_Node *orphan = addMulInstanceNode(0x6F3A, 0x6F38);
+    EXPECT_EQ(0, delMulInstanceNode(orphan));
+    const std::string out = captured();
+    EXPECT_EQ(0u, out.find("del node is NULL\n")) << out;
+    EXPECT_NE(std::string::npos, out.find("write simcard P00 to empty error\n"));
+    EXPECT_EQ(orphan, findFileNode(0x6F3A));
+    EXPECT_EQ(files + 1, file_count());
+    EXPECT_EQ(kDevices + "2.", uri(0x6F08));
+    const std::string refused = "[simcard_delMulInstanceByUri-N]  del instance param is failed\n";
+    EXPECT_EQ(refused + refused, log());
+}
+
+TEST_F(Delete, ARestartSeesWhatWasAddedAndNotWhatWasDeleted) {
+    const std::string pm = kDevices + "4.WANIPConnection.1.PortMapping.";
+    ASSERT_EQ(1, del(kDevices + "2."));
+    ASSERT_EQ(1, add(kDevices, 4));
+    ASSERT_EQ(1, add(kDevices + "4.WANIPConnection.", 1));
+    ASSERT_EQ(1, add(pm, 1));  // the demo
+    ASSERT_EQ(1, add(pm, 2));  // 6F65
+    ASSERT_EQ(1, del(kQos + "Classification.2."));
+
+    lifecycle::reset_process_state();
+    ASSERT_EQ(0, simcard_init());
+    EXPECT_EQ(kDevices + "4.WANIPConnection.1.Name", uri(0x6F08, "ConnectionName"));
+    EXPECT_EQ(kDevices + "4.WANIPConnection.1.MaxMTUSize", uri(0x6F18, "MaxMTUSize"));
+    EXPECT_EQ(kDevices + "4.", uri(0x6F97));
+    EXPECT_EQ(pm + "2.", uri(0x6F65));
+    EXPECT_EQ(kDevices + "3.WANIPConnection.1.PortMapping.1.", uri(0x6F67));
+    // The demo is never given a path at start-up, whatever it holds.
+    EXPECT_EQ("4.IP.1", record(0x6F64, "P00"));
+    EXPECT_EQ(kDevices + "%d.%s.%d.PortMapping.%d.", uri(0x6F64));
+    for (int file : {0x6F66, 0x6F41, 0x6F49, 0x6F4A}) {
+        EXPECT_EQ(nullptr, findFileNode(file)) << std::hex << file;
+    }
+    EXPECT_EQ(kQos + "Classification.1.type.2.", uri(0x6F4B));
+}
+
+}  // namespace
+}  // namespace simcard::testing
