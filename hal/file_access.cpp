@@ -12,7 +12,22 @@ namespace {
 
 constexpr unsigned char kSelect[5] = {0xA0, 0xA4, 0x00, 0x00, 0x02};
 
-// Sends SELECT for one id into a zeroed answer buffer; returns the ioctl result.
+// Runs step(offset, length) over len bytes in card-sized chunks, pausing
+// after each; stops at the first failing step.
+template <typename Step>
+int in_chunks(int len, Step step) {
+    for (int offset = 0; offset < len; offset += kChunk) {
+        const auto chunk = static_cast<uint16_t>(std::min<int>(len - offset, kChunk));
+        if (step(static_cast<uint16_t>(offset), chunk) != 0) {
+            return -1;
+        }
+        sys::usleep(kChunkPauseUs);
+    }
+    return 0;
+}
+
+}  // namespace
+
 int send_select(uint16_t id, simio_request &req, unsigned char *header, Answer &answer) {
     unsigned char id_bytes[2] = {static_cast<unsigned char>(id >> 8),
                                  static_cast<unsigned char>(id & 0xFF)};
@@ -22,8 +37,6 @@ int send_select(uint16_t id, simio_request &req, unsigned char *header, Answer &
     form_data(req, header, id_bytes, sizeof id_bytes, answer.data());
     return sys::ioctl(sim_card_fd, SIMIO_IOCTL_WRITE, &req);
 }
-
-}  // namespace
 
 int select_file(uint16_t dir, uint16_t file) {
     unsigned char header[5];
@@ -112,20 +125,14 @@ int read_file(uint16_t dir, uint16_t file, char *buf, uint16_t len) {
         std::printf("libsimcard [%s] select file error\n", "sim_card_read_file");
         return -1;
     }
-    int remaining = std::min<int>(file_len, len);
-    int offset = 0;
-    while (remaining > 0) {
-        const auto chunk = static_cast<uint16_t>(std::min<int>(remaining, kChunk));
-        if (read_ef(buf + offset, static_cast<uint16_t>(offset), chunk) != 0) {
+    return in_chunks(std::min<int>(file_len, len), [&](uint16_t offset, uint16_t chunk) {
+        if (read_ef(buf + offset, offset, chunk) != 0) {
             // What was read so far, as a line; never past the caller's buffer.
             std::printf("%.*s\n", static_cast<int>(strnlen(buf, len)), buf);
             return -1;
         }
-        remaining -= kChunk;
-        offset += kChunk;
-        sys::usleep(kChunkPauseUs);
-    }
-    return 0;
+        return 0;
+    });
 }
 
 int write_file(uint16_t dir, uint16_t file, char *buf, uint16_t len) {
@@ -136,19 +143,13 @@ int write_file(uint16_t dir, uint16_t file, char *buf, uint16_t len) {
         std::printf("[hal] %s select file error\n", "sim_card_write_file");
         return -1;
     }
-    int remaining = len;
-    int offset = 0;
-    while (remaining > 0) {
-        const auto chunk = static_cast<uint16_t>(std::min<int>(remaining, kChunk));
-        if (write_ef(buf + offset, static_cast<uint16_t>(offset), chunk) != 0) {
+    return in_chunks(len, [&](uint16_t offset, uint16_t chunk) {
+        if (write_ef(buf + offset, offset, chunk) != 0) {
             std::printf("[hal] %s write file error\n", "sim_card_write_file");
             return -1;
         }
-        remaining -= kChunk;
-        offset += kChunk;
-        sys::usleep(kChunkPauseUs);
-    }
-    return 0;
+        return 0;
+    });
 }
 
 }  // namespace simcard::hal

@@ -28,6 +28,8 @@ bool device_open();
 bool sw_ok(const simio_request &req);  // SW1 or SW2 is 0x90
 
 // file access
+// Sends SELECT for one id with a zeroed answer buffer; the ioctl's result.
+int send_select(uint16_t id, simio_request &req, unsigned char *header, Answer &answer);
 int select_file(uint16_t dir, uint16_t file);
 int read_ef(char *buf, uint16_t offset, uint16_t len);
 int write_ef(char *buf, uint16_t offset, uint16_t len);

@@ -66,15 +66,23 @@ std::string entry(const char *name, const char *value) {
     return text;
 }
 
-}  // namespace
-
-int replace_entry(char *content, const char *name, const char *value, int size) {
+// The checks both combining steps start with, in their words.
+bool usable(const char *content, const char *name, const char *value, int size) {
     if (content == nullptr || name == nullptr || value == nullptr) {
         std::puts("param is NULL");
-        return -1;
+        return false;
     }
     if (size <= 0) {
         std::puts("cant malloc mem to fill file data");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int replace_entry(char *content, const char *name, const char *value, int size) {
+    if (!usable(content, name, value, size)) {
         return -1;
     }
     const std::string_view text = text_in(content, size);
@@ -125,12 +133,7 @@ int replace_entry(char *content, const char *name, const char *value, int size) 
 }
 
 int append_entry(char *content, const char *name, const char *value, int size) {
-    if (content == nullptr || name == nullptr || value == nullptr) {
-        std::puts("param is NULL");
-        return -1;
-    }
-    if (size <= 0) {
-        std::puts("cant malloc mem to fill file data");
+    if (!usable(content, name, value, size)) {
         return -1;
     }
     const std::string_view text = text_in(content, size);

@@ -22,13 +22,10 @@ int select_current_dir(uint16_t dir) {
     if (dir == sim_session.dir_id) {
         return 0;
     }
-    unsigned char header[5] = {0xA0, 0xA4, 0x00, 0x00, 0x02};
-    unsigned char id_bytes[2] = {static_cast<unsigned char>(dir >> 8),
-                                 static_cast<unsigned char>(dir & 0xFF)};
+    unsigned char header[5];
     Answer answer{};
     simio_request req{};
-    form_data(req, header, id_bytes, sizeof id_bytes, answer.data());
-    if (sys::ioctl(sim_card_fd, SIMIO_IOCTL_WRITE, &req) < 0) {
+    if (send_select(dir, req, header, answer) < 0) {
         std::printf("[hal] %s: ioctl SIMIO_IOCTL_WRITE 1 error...dir_id=0x%04x \n",
                     "hal_selectCurrentDir", dir);
         return -1;
