@@ -13,11 +13,6 @@
 namespace simcard::sal {
 namespace {
 
-bool is_file_element(IXML_Node *node) {
-    const char *kind = xml::attr_cstr(node, "a");
-    return kind != nullptr && strncasecmp(kind, "EF", 2) == 0;
-}
-
 // The paths of one tree, each to its first element in document order.
 class ParamIndex {
 public:
@@ -43,7 +38,7 @@ private:
         first_.clear();
         texts_.clear();
         for (IXML_Node *file : xml::children(root)) {
-            if (!is_file_element(file)) {
+            if (!xml::is_file_element(file)) {
                 continue;
             }
             for (IXML_Node *param : xml::children(file)) {
@@ -83,14 +78,14 @@ bool still_matches(IXML_Node *root, IXML_Node *param, const char *uri) {
         return false;
     }
     IXML_Node *file = ixmlNode_getParentNode(param);
-    return file != nullptr && ixmlNode_getParentNode(file) == root && is_file_element(file);
+    return file != nullptr && ixmlNode_getParentNode(file) == root && xml::is_file_element(file);
 }
 
 }  // namespace
 
 IXML_Node *first_param_with_uri_walk(IXML_Node *root, const char *uri) {
     for (IXML_Node *file : xml::children(root)) {
-        if (!is_file_element(file)) {
+        if (!xml::is_file_element(file)) {
             continue;  // templates ("TL") and anything else
         }
         for (IXML_Node *param : xml::children(file)) {

@@ -87,6 +87,13 @@ inline int set_attr(IXML_Node *node, const char *name, std::string_view value) {
     return ixmlElement_setAttribute(element, name, copy.c_str());
 }
 
+// A file element: "a" starts with "EF" in any case (so "ef" passes too).
+inline bool is_file_element(IXML_Node *node) {
+    const char *kind = attr_cstr(node, "a");
+    return kind != nullptr && (kind[0] == 'E' || kind[0] == 'e') &&
+           (kind[1] == 'F' || kind[1] == 'f');
+}
+
 // The tag name; empty for a null node.
 inline std::string_view tag(IXML_Node *node) {
     const char *name = node != nullptr ? ixmlNode_getNodeName(node) : nullptr;

@@ -151,11 +151,6 @@ int add_port_mapping(const char *uri, int instance) {
 
 }  // namespace
 
-bool is_file_element(IXML_Node *node) {
-    const char *kind = sal::xml::attr_cstr(node, "a");
-    return kind != nullptr && strncasecmp(kind, "EF", 2) == 0;
-}
-
 bool can_walk(const char *func, const char *uri) {
     if (uri == nullptr) {
         SAL_LOG(func, "uri is invalide\n");
@@ -240,7 +235,7 @@ IXML_Node *find_unfilled(const char *object_path, const char *name) {
     for (IXML_Node *file : sal::xml::child_elements(ct_simcfg_root)) {
         const auto uri = sal::xml::attr(file, "uri");
         if (uri && contains(*uri, object_path) && sal::xml::tag(file) == name &&
-            is_file_element(file) && contains(*uri, "%d")) {
+            sal::xml::is_file_element(file) && contains(*uri, "%d")) {
             return file;
         }
     }
@@ -276,7 +271,7 @@ void fill_common(IXML_Node *file_element, const char *object_path, int instance)
         return;
     }
     const auto pattern = sal::xml::attr(file_element, "uri");
-    if (!is_file_element(file_element) || !pattern || !contains(*pattern, "%d")) {
+    if (!sal::xml::is_file_element(file_element) || !pattern || !contains(*pattern, "%d")) {
         return;
     }
     // A type's pattern has two numbers; its path is its table's plus one.

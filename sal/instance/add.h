@@ -37,9 +37,6 @@ constexpr int last_of(int demo) {
     return demo;
 }
 
-// "a" begins with "EF" in any case: a card file, not a template.
-bool is_file_element(IXML_Node *node);
-
 // A walk of the tree by path needs both; what is missing is logged under
 // func ("uri is invalide", "ct_simcfg_root is null!").
 bool can_walk(const char *func, const char *uri);

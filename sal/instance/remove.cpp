@@ -96,7 +96,8 @@ void delete_under(const char *uri) {
             continue;
         }
         // Templates ("TL") are never touched; "dynamic" is compared exactly.
-        if (!is_file_element(file) || std::strcmp(t, "dynamic") != 0 || *file_uri == '\0') {
+        if (!sal::xml::is_file_element(file) || std::strcmp(t, "dynamic") != 0 ||
+            *file_uri == '\0') {
             continue;
         }
         if (starts_with(file_uri, path)) {

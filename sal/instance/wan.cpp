@@ -98,7 +98,7 @@ void wan_add(const char *uri, int instance) {
     std::array<bool, std::size(kWanGroups)> done{};
     for (IXML_Node *file : sal::xml::child_elements(ct_simcfg_root)) {
         const auto path = sal::xml::attr(file, "uri");
-        if (!path || path->empty() || !is_file_element(file) || is_wan_demo(file)) {
+        if (!path || path->empty() || !sal::xml::is_file_element(file) || is_wan_demo(file)) {
             continue;  // the demo files belong to the TR-069 WAN
         }
         const int group = wan_group_of(file);
