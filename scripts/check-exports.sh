@@ -2,17 +2,27 @@
 # Checks that the shared object exports exactly the names of the interface:
 # nothing that is not listed in the version script, and (with --all) every
 # name listed there.
+#
+# Usage: check-exports.sh LIB MAP [--all]
+# NM names the nm to use (a cross build passes its own; default nm).
 set -eu
 lib=$1
 map=$2
 mode=${3:-}
+nm=${NM:-nm}
 
-listed=$(sed -n 's/^ *\([A-Za-z_][A-Za-z0-9_]*\);$/\1/p' "$map" | sort -u)
-exported=$(nm -D --defined-only "$lib" | awk '{print $3}' | sed 's/@.*//' | sort -u)
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
 
-extra=$(printf '%s\n' "$exported" | comm -23 - "$(printf '%s\n' "$listed" > "$lib.listed"; echo "$lib.listed")")
-missing=$(printf '%s\n' "$listed" | comm -23 - "$(printf '%s\n' "$exported" > "$lib.exported"; echo "$lib.exported")")
-rm -f "$lib.listed" "$lib.exported"
+sed -n 's/^ *\([A-Za-z_][A-Za-z0-9_]*\);$/\1/p' "$map" | sort -u > "$tmp/listed"
+# Global and weak definitions only: MIPS keeps the names the version script
+# made local in the dynamic symbol table too, with a lower-case type ("u",
+# a unique global, is the one lower-case type that is exported).
+"$nm" -D --defined-only "$lib" | awk '$2 ~ /^[A-Zu]$/ {print $3}' | sed 's/@.*//' \
+    | sort -u > "$tmp/exported"
+
+extra=$(comm -23 "$tmp/exported" "$tmp/listed")
+missing=$(comm -13 "$tmp/exported" "$tmp/listed")
 
 status=0
 if [ -n "$extra" ]; then
@@ -22,5 +32,7 @@ if [ -n "$missing" ]; then
     echo "in the interface but not exported:"; printf '  %s\n' $missing
     if [ "$mode" = "--all" ]; then status=1; fi
 fi
-[ $status -eq 0 ] && echo "exports: $(printf '%s\n' "$exported" | wc -l) names, all in the interface"
+if [ $status -eq 0 ]; then
+    echo "exports: $(wc -l < "$tmp/exported") names, all in the interface"
+fi
 exit $status

@@ -1,9 +1,12 @@
 #!/bin/sh
-# Installs the Debian packages that the build and the tests need, skipping
-# those already present. Safe to run again.
+# Installs the Debian packages that the build and the tests need (or those
+# named as arguments), skipping those already present. Safe to run again.
 set -eu
 
-PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libbenchmark-dev clang-format"
+PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format"
+if [ $# -gt 0 ]; then
+    PACKAGES="$*"
+fi
 
 missing=""
 for p in $PACKAGES; do
