@@ -1,4 +1,4 @@
-// Part 3.3: get and set by data-model path, on the sample configuration.
+// Get and set by data-model path, on the sample configuration.
 #include <gmock/gmock.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Part 3.3: convertUriToFormatUri and getSimvFromMem.
+// convertUriToFormatUri and getSimvFromMem.
 #include <cstring>
 #include <string>
 

@@ -1,4 +1,4 @@
-// Part 3.3: finding a parameter by path (and the index behind it), and the
+// Finding a parameter by path (and the index behind it), and the
 // checks of getParamVal and setParamVal, on small documents.
 #include <gmock/gmock.h>
 

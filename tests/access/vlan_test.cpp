@@ -1,4 +1,4 @@
-// Part 3.4: the VLAN binding values of file 6F90.
+// The VLAN binding values of file 6F90.
 #include <gmock/gmock.h>
 
 #include <cstring>
