@@ -9,5 +9,6 @@
 #include "simcard/simcard_instance.h"
 #include "simcard/simcard_lifecycle.h"
 #include "simcard/simcard_objects.h"
+#include "simcard/simcard_writeback.h"
 
 #endif /* SIMCARD_H */

@@ -64,7 +64,8 @@ TEST_F(Delete, BadRequestsAndFailedCardWritesChangeNothing) {
     EXPECT_EQ(0, simcard_delMulInstanceByUri((kDevices + "2.").c_str(), 0));
     EXPECT_EQ(0, simcard_delMulInstanceByUri(nullptr, 1));
     EXPECT_EQ(0, delMulInstanceNode(nullptr));
-    // 6F3A is not on the card: its element stays.
+    // A file the card does not hold: its element stays.
+    card.remove_file(0x6F3A);
     IXML_Node *orphan = addMulInstanceNode(0x6F3A, 0x6F38);
     EXPECT_EQ(0, delMulInstanceNode(orphan));
     const std::string out = captured();

@@ -1,0 +1,47 @@
+// The sample card and document, started up, for whole-file services.
+#ifndef SIMCARD_TESTS_SYNC_FIXTURE_H
+#define SIMCARD_TESTS_SYNC_FIXTURE_H
+
+#include <string>
+#include <string_view>
+
+#include "simcard.h"
+#include "tests/support/sample.h"
+
+namespace simcard::testing {
+
+inline constexpr const char *kUrl = "InternetGatewayDevice.ManagementServer.URL";
+inline constexpr const char *kInform =
+    "InternetGatewayDevice.ManagementServer.PeriodicInformEnable";
+inline constexpr const char *kDhcp =
+    "InternetGatewayDevice.LANDevice.1.LANHostConfigManagement.DHCPServerEnable";
+inline constexpr const char *kMinAddress =
+    "InternetGatewayDevice.LANDevice.1.LANHostConfigManagement.MinAddress";
+
+class Started : public SampleTest {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(0, simcard_init());
+        clear_log();
+        card.clear_trace();
+    }
+
+    // A record as the card holds it: the value, "FF" when unset.
+    std::string record(int file, std::string_view name) const {
+        const std::string text = card.text(static_cast<uint16_t>(file));
+        const size_t at = text.find(std::string(name) + "=");
+        if (at == std::string::npos || at + 4 >= text.size()) {
+            return "(none)";
+        }
+        if (text[at + 4] != '"') {
+            return "FF";
+        }
+        return text.substr(at + 5, text.find('"', at + 5) - at - 5);
+    }
+
+    static std::string wf(int file) { return attr(findFileNode(file), "wf"); }
+};
+
+}  // namespace simcard::testing
+
+#endif  // SIMCARD_TESTS_SYNC_FIXTURE_H
