@@ -94,7 +94,7 @@ void write_contents(std::ostream &out, const std::vector<uint8_t> &bytes) {
 
 // One line of the image being read, consumed word by word.
 class Line {
-  public:
+public:
     Line(std::string_view text, size_t number) : rest_(text), number_(number) {}
 
     [[noreturn]] void fail(const std::string &what) const {
@@ -157,7 +157,7 @@ class Line {
         }
     }
 
-  private:
+private:
     void skip_blanks() {
         const size_t n = rest_.find_first_not_of(" \t");
         rest_.remove_prefix(std::min(n, rest_.size()));

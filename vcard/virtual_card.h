@@ -63,7 +63,7 @@ struct TraceEntry {
 std::string describe(const TraceEntry &entry);
 
 class VirtualCard {
-  public:
+public:
     static constexpr uint16_t kMasterFile = 0x3F00;
     static constexpr uint16_t kOperatorDirectory = 0x7F80;
     static constexpr std::string_view kDefaultKey = "7305918264730591";
@@ -167,7 +167,7 @@ class VirtualCard {
     void load_image_file(const std::string &path);
     void save_image_file(const std::string &path) const;
 
-  private:
+private:
     struct Fault {
         int target;
         int skip;

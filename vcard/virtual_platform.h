@@ -19,7 +19,7 @@ namespace simcard::vcard {
 
 // The card must outlive the platform. Not copyable: the table points at it.
 class VirtualPlatform {
-  public:
+public:
     static constexpr int kDefaultDescriptor = 3;
 
     // Absolute paths are looked up under sandbox; an empty sandbox means the
@@ -66,7 +66,7 @@ class VirtualPlatform {
     const char *resolve(const char *path);
     int led_set(void *request);
 
-  private:
+private:
     void advance(uint64_t usec);
 
     VirtualCard &card_;
@@ -88,7 +88,7 @@ class VirtualPlatform {
 
 // A fresh temporary directory, removed with everything in it on destruction.
 class ScopedSandbox {
-  public:
+public:
     ScopedSandbox();
     ~ScopedSandbox();
     ScopedSandbox(const ScopedSandbox &) = delete;
@@ -103,7 +103,7 @@ class ScopedSandbox {
     std::string read_file(std::string_view relative) const;
     bool exists(std::string_view relative) const;
 
-  private:
+private:
     std::string path_;
 };
 

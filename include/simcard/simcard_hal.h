@@ -93,8 +93,8 @@ SIMCARD_API int sim_card_auth_telecom_account(const char *account, const char *p
  * it returns 1 when the record holds no value. sim_card_write_param ignores
  * len and skips the value "FF".
  */
-SIMCARD_API int sim_card_read_param(unsigned short dir_id, unsigned short file_id,
-                                    const char *name, char *dest, unsigned short len);
+SIMCARD_API int sim_card_read_param(unsigned short dir_id, unsigned short file_id, const char *name,
+                                    char *dest, unsigned short len);
 SIMCARD_API int sim_card_write_param(unsigned short dir_id, unsigned short file_id,
                                      const char *name, const char *value, unsigned short len);
 /* content is a buffer of size bytes; the result is the new text length. */

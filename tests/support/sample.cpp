@@ -61,4 +61,16 @@ std::string SampleTest::attr(IXML_Node *node, const char *name) {
     return value ? std::string(*value) : "(none)";
 }
 
+std::string SampleTest::record(int file, std::string_view name) const {
+    const std::string text = card.text(static_cast<uint16_t>(file));
+    const size_t at = text.find(std::string(name) + "=");
+    if (at == std::string::npos || at + 4 >= text.size()) {
+        return "(none)";
+    }
+    if (text[at + 4] != '"') {
+        return "FF";
+    }
+    return text.substr(at + 5, text.find('"', at + 5) - at - 5);
+}
+
 }  // namespace simcard::testing

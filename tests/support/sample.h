@@ -32,6 +32,9 @@ protected:
     static IXML_Node *child(IXML_Node *parent, std::string_view tag);
     // An attribute's text; "(none)" when absent.
     static std::string attr(IXML_Node *node, const char *name);
+    // A record as the card holds it: the value, "FF" when unset, "(none)"
+    // when the file has no such record.
+    std::string record(int file, std::string_view name) const;
 };
 
 }  // namespace simcard::testing
