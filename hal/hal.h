@@ -52,6 +52,8 @@ int select_default_dir();
 int save_to_sim();
 int get_session_content(uint16_t file, char *buf, int len);
 void drop_session_content();
+// Drops the text and the cached file, so the next access selects and reads afresh.
+void forget_current_file();
 extern int simcardInitDone;
 
 // Back to the state at load: device closed, empty session, not initialised.

@@ -18,6 +18,11 @@ void drop_session_content() {
     sim_session.loaded = 0;
 }
 
+void forget_current_file() {
+    drop_session_content();
+    sim_session.file_id = 0;
+}
+
 int select_current_dir(uint16_t dir) {
     if (dir == sim_session.dir_id) {
         return 0;

@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "hal/records.h"
 #include "sal/config.h"
 #include "sal/instance/add.h"
+#include "sal/instance/paths.h"
 #include "sal/instance/remove.h"
 #include "sal/log.h"
 #include "sal/xml.h"
@@ -25,13 +28,24 @@ constexpr const char *kSync = "simcard_syncData2Sim";
 constexpr const char *kRestore = "simcard_local_restore";
 constexpr std::string_view kRoot = "InternetGatewayDevice.";
 
-// Texts whose commit failed, by file id. A commit can fail part-way and leave
-// a torn record on the card that the next rewrite cannot parse; the whole
-// text goes back to the card first.
-std::map<uint16_t, std::string> &unfinished() {
-    static auto *texts = new std::map<uint16_t, std::string>();
-    return *texts;
+// A commit that failed: the text it was sending, and what the card held right
+// after (none when that could not be read). A commit can fail part-way and
+// leave a torn record that the next rewrite cannot parse, so the whole text
+// goes back first, but only while the card still holds what the failure
+// left: a file written since (an instance deleted, its file reused, a
+// restore) must not get an old text back.
+struct FailedCommit {
+    std::string text;
+    std::optional<std::string> left;
+};
+
+std::map<uint16_t, FailedCommit> &failed_commits() {
+    static auto *commits = new std::map<uint16_t, FailedCommit>();
+    return *commits;
 }
+
+// Files are read whole; a size the document does not give is the card's.
+constexpr long kMaxFileSize = 0xFFFF;
 
 bool empty(const char *text) { return text == nullptr || *text == '\0'; }
 
@@ -43,8 +57,60 @@ bool flag_is(IXML_Node *file, const char *name, long value) {
     return !empty(text) && std::strtol(text, nullptr, 10) == value;
 }
 
-uint16_t file_id_of(const char *text) {
-    return static_cast<uint16_t>(std::strtoul(text, nullptr, 16));
+// The card file an element names. Without one (an id that does not parse, or
+// 0) a write would land in whatever file the card has selected.
+std::optional<uint16_t> card_file_of(IXML_Node *file) {
+    const std::optional<uint16_t> id = instance::file_id_of(file);
+    return id && *id != 0 ? id : std::nullopt;
+}
+
+// The file's size as the document gives it; none when it gives none.
+std::optional<long> file_size_of(IXML_Node *file) {
+    const char *ml = sal::xml::attr_cstr(file, "ml");
+    if (empty(ml)) {
+        return std::nullopt;
+    }
+    const long size = std::strtol(ml, nullptr, 10);
+    return size > 0 && size <= kMaxFileSize ? std::optional<long>(size) : std::nullopt;
+}
+
+// The record text the card holds in the file, up to its NUL; none when the
+// file cannot be read.
+std::optional<std::string> card_text(uint16_t id, long size) {
+    std::string text(static_cast<size_t>(size) + 1, '\0');
+    if (hal::read_file(hal::kOperatorDir, id, text.data(), static_cast<uint16_t>(size)) != 0) {
+        return std::nullopt;
+    }
+    text.resize(std::strlen(text.c_str()));
+    return text;
+}
+
+bool complete_record(const std::string &text) {
+    const size_t open = text.find('<');
+    return open != std::string::npos && text.find('>', open) != std::string::npos;
+}
+
+// Puts back the whole text of a commit that failed earlier, when nothing has
+// written the file since. False, with the text kept, when the card could not
+// be read or written.
+bool repair_failed_commit(uint16_t id, long size) {
+    const auto found = failed_commits().find(id);
+    if (found == failed_commits().end()) {
+        return true;
+    }
+    const std::optional<std::string> now = card_text(id, size);
+    if (!now) {
+        return false;
+    }
+    FailedCommit &failed = found->second;
+    const bool untouched = failed.left ? *now == *failed.left : !complete_record(*now);
+    if (untouched && hal::write_file(hal::kOperatorDir, id, failed.text.data(),
+                                     static_cast<uint16_t>(failed.text.size())) != 0) {
+        failed.left = card_text(id, size);
+        return false;
+    }
+    failed_commits().erase(found);
+    return true;
 }
 
 // Writes every parameter of one dirty file into the session; false when a
@@ -85,7 +151,7 @@ std::string session_text() {
 
 }  // namespace
 
-void reset_writeback() { unfinished().clear(); }
+void reset_writeback() { failed_commits().clear(); }
 
 bool writable_path(std::string_view uri) {
     return uri.find("%s") == std::string_view::npos && uri.find("%d") == std::string_view::npos &&
@@ -112,34 +178,45 @@ int sync_to_card() {
         if (is_template(kind)) {
             continue;
         }
-        const char *n = sal::xml::attr_cstr(file, "n");
-        if (empty(n)) {
+        const std::optional<uint16_t> card_file = card_file_of(file);
+        if (!card_file) {
             std::printf("[sal] %s: node %s file id is null\n", kSync, tag.c_str());
             continue;
         }
-        const uint16_t id = file_id_of(n);
+        const uint16_t id = *card_file;
         if (!flag_is(file, "wf", 2)) {
             continue;
         }
         std::printf("[sal] %s: file id 0x%04x is dirty\n", kSync, id);
-        if (const auto torn = unfinished().find(id); torn != unfinished().end()) {
-            std::string text = torn->second;
-            if (hal::write_file(hal::kOperatorDir, id, text.data(),
-                                static_cast<uint16_t>(text.size())) != 0) {
-                std::printf("[sal] %s: file id 0x%04x save to sim error\n", kSync, id);
-                continue;
-            }
-            unfinished().erase(torn);
+        const std::optional<long> size = file_size_of(file);
+        if (!repair_failed_commit(id, size.value_or(kMaxFileSize))) {
+            std::printf("[sal] %s: file id 0x%04x save to sim error\n", kSync, id);
+            continue;
         }
         if (!write_params(file, id)) {
             return -1;
+        }
+        // Nothing of this file reached the session: what it holds belongs to
+        // another file, and committing it would write it wherever the card
+        // is.
+        if (sim_session.file_id != id || sim_session.content == nullptr) {
+            sal::xml::set_attr(file, "wf", "1");
+            continue;
+        }
+        // The card would take a text longer than the file in part and keep a
+        // torn record; it is not sent, and the file stays dirty until its
+        // values fit.
+        if (size && sim_session.file_len > *size) {
+            std::printf("[sal] %s: file id 0x%04x save to sim error\n", kSync, id);
+            hal::forget_current_file();
+            continue;
         }
         const std::string text = session_text();
         // A file that did not reach the card stays dirty for the next round.
         if (hal::save_to_sim() != 0) {
             std::printf("[sal] %s: file id 0x%04x save to sim error\n", kSync, id);
             if (!text.empty()) {
-                unfinished()[id] = text;
+                failed_commits()[id] = {text, card_text(id, size.value_or(kMaxFileSize))};
             }
             continue;
         }
@@ -174,7 +251,8 @@ int local_restore() {
             continue;
         }
         const char *n = sal::xml::attr_cstr(file, "n");
-        if (empty(n)) {
+        const std::optional<uint16_t> id = card_file_of(file);
+        if (!id) {
             SAL_LOG(kRestore, "[sal] node %s file id is null\n", tag.c_str());
             continue;
         }
@@ -185,7 +263,7 @@ int local_restore() {
                     tag.c_str(), n, static_cast<int>(kRestoreMax));
             continue;
         }
-        ids.push_back(file_id_of(n));
+        ids.push_back(*id);
     }
     for (const uint16_t id : ids) {
         SAL_LOG(kRestore, "fileid=0x%x sim_card_factory_reset!\n", id);
@@ -193,7 +271,11 @@ int local_restore() {
     const int count = static_cast<int>(ids.size());
     if (hal::factory_reset(ids.data(), count) != 0) {
         SAL_LOG(kRestore, "sim_card_factory_reset failed!resetnum=%d\n", count);
+        return 0;
     }
+    // The session's copy of a reset file is the old text: a later record
+    // write would put it back.
+    hal::forget_current_file();
     return 0;
 }
 

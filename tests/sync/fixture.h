@@ -2,9 +2,11 @@
 #ifndef SIMCARD_TESTS_SYNC_FIXTURE_H
 #define SIMCARD_TESTS_SYNC_FIXTURE_H
 
+#include <sstream>
 #include <string>
 #include <string_view>
 
+#include "sal/lifecycle/state.h"
 #include "simcard.h"
 #include "tests/support/sample.h"
 
@@ -27,6 +29,20 @@ protected:
     }
 
     static std::string wf(int file) { return attr(findFileNode(file), "wf"); }
+
+    // The process ends and the gateway boots again on the same card.
+    void restart() {
+        std::stringstream image;
+        card.save_image(image);
+        lifecycle::reset_process_state();
+        card.load_image(image);
+        ASSERT_EQ(0, simcard_init());
+    }
+
+    static std::string get(const std::string &path) {
+        const char *value = simcard_getParamValueByUri(path.c_str());
+        return value != nullptr ? value : "(null)";
+    }
 };
 
 }  // namespace simcard::testing
