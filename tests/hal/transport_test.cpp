@@ -1,5 +1,3 @@
-#include <fcntl.h>
-
 #include <cstddef>
 
 #include "simcard.h"
@@ -9,52 +7,42 @@ namespace simcard {
 namespace {
 
 using testing::CardTest;
-using vcard::VirtualCard;
+namespace ins = vcard::ins;
 
-// The driver's request numbers in the MIPS _IOWR encoding.
-constexpr unsigned long mips_iowr(unsigned size, char type, unsigned nr) {
-    return (6ul << 29) | (static_cast<unsigned long>(size) << 16) |
-           (static_cast<unsigned long>(type) << 8) | nr;
+// The request record and numbers are the driver's: MIPS _IOWR('s', nr, size).
+constexpr unsigned long mips_iowr(unsigned size, unsigned nr) {
+    return (6ul << 29) | (static_cast<unsigned long>(size) << 16) | ('s' << 8) | nr;
 }
+static_assert(offsetof(simio_request, header) == 0);
+static_assert(offsetof(simio_request, data) == sizeof(void *));
+static_assert(offsetof(simio_request, data_len) == 2 * sizeof(void *));
+static_assert(offsetof(simio_request, sw1) == 2 * sizeof(void *) + 4);
+static_assert(sizeof(void *) != 4 || sizeof(simio_request) == 24);
+static_assert(SIMIO_IOCTL_READ == mips_iowr(24, 1));
+static_assert(SIMIO_IOCTL_WRITE == mips_iowr(24, 2));
+static_assert(SIMIO_IOCTL_ONLINE == mips_iowr(sizeof(int), 3));
 
-TEST(RequestRecord, LayoutAndRequestNumbersMatchTheDriver) {
-    static_assert(offsetof(simio_request, header) == 0);
-    static_assert(offsetof(simio_request, data) == sizeof(void *));
-    static_assert(offsetof(simio_request, data_len) == 2 * sizeof(void *));
-    static_assert(offsetof(simio_request, sw1) == 2 * sizeof(void *) + 4);
-    static_assert(offsetof(simio_request, sw2) == 2 * sizeof(void *) + 5);
-    static_assert(offsetof(simio_request, pad) == 2 * sizeof(void *) + 6);
-    static_assert(sizeof(void *) != 4 || sizeof(simio_request) == 24);
-    static_assert(SIMIO_IOCTL_READ == mips_iowr(24, 's', 1));
-    static_assert(SIMIO_IOCTL_WRITE == mips_iowr(24, 's', 2));
-    static_assert(SIMIO_IOCTL_ONLINE == mips_iowr(sizeof(int), 's', 3));
-    SUCCEED();
-}
-
-TEST_F(CardTest, InitOpensOnceAndSaysSoTheSecondTime) {
+TEST_F(CardTest, InitOpensOnceAndOnlineReportsTheDriversValue) {
     capture();
     EXPECT_EQ(0, sim_card_init());
     EXPECT_EQ(0, sim_card_init());
     EXPECT_EQ("libsimcard: already init\n", captured());
-    EXPECT_GT(sim_card_fd, 0);
     EXPECT_EQ(1u, platform.open_count());
+
+    EXPECT_EQ(1, sim_card_online());
+    card.set_online(false);
+    EXPECT_EQ(0, sim_card_online());
 }
 
-TEST_F(CardTest, FailedOpenLeavesDeviceClosedAndLaterCallsSilent) {
+TEST_F(CardTest, AfterAFailedOpenEveryCardFunctionIsSilent) {
     platform.set_fail_open(true);
-    capture();
     EXPECT_EQ(-1, sim_card_init());
     EXPECT_LT(sim_card_fd, 0);
-    EXPECT_EQ(-1, sim_card_online());
-    EXPECT_EQ("", captured());
-}
-
-TEST_F(CardTest, EveryCardFunctionIsSilentWhileTheDeviceIsClosed) {
     char buf[16] = {};
     unsigned char status[32] = {};
     unsigned short ids[1] = {0x6F04};
-    simio_request req{};
     unsigned char header[5] = {};
+    simio_request req{};
     req.header = header;
     capture();
     EXPECT_EQ(-1, sim_card_online());
@@ -77,45 +65,22 @@ TEST_F(CardTest, EveryCardFunctionIsSilentWhileTheDeviceIsClosed) {
     EXPECT_TRUE(card.trace().empty());
 }
 
-TEST_F(CardTest, OnlineReportsTheDriversValue) {
-    open_device();
-    EXPECT_EQ(1, sim_card_online());
-    card.set_online(false);
-    EXPECT_EQ(0, sim_card_online());
-    card.fail_ioctl(VirtualCard::kOnlineRequest);
-    capture();
-    EXPECT_EQ(-1, sim_card_online());
-    EXPECT_EQ("libsimcard [sim_card_online] ioctl online error\n", captured());
-}
-
 TEST_F(CardTest, GetResponseAcceptsNinetyInEitherStatusByte) {
     open_device();
-    ASSERT_EQ(0, hal_selectCurrentDir(0x7F80));
-    card.add_file(0x6F07, 10);
-    unsigned char header[5] = {0xA0, 0xA4, 0x00, 0x00, 0x02};
-    unsigned char id[2] = {0x6F, 0x07};
+    unsigned char header[5] = {};
     unsigned char answer[256] = {};
     simio_request req{};
-    __sim_card_form_data(&req, header, id, 2, answer);
-    ASSERT_EQ(0, card.ioctl(SIMIO_IOCTL_WRITE, &req));
-    ASSERT_EQ(0x9F, req.sw1);
-
-    req = simio_request{};
     __sim_card_form_data(&req, header, nullptr, 0, answer);
-    card.fail_status(vcard::ins::kGetResponse, 0x6F, 0x90);
-    EXPECT_EQ(0, __sim_card_get_response(&req, 15));
-    EXPECT_EQ(0xC0, header[1]);
-    EXPECT_EQ(15, header[4]);
-
-    card.fail_status(vcard::ins::kGetResponse, 0x6F, 0x00);
-    capture();
-    EXPECT_EQ(-1, __sim_card_get_response(&req, 15));
-    card.fail_ioctl(vcard::ins::kGetResponse);
-    EXPECT_EQ(-1, __sim_card_get_response(&req, 15));
-    EXPECT_EQ(
-        "libsimcard [__sim_card_get_response] response error\n"
-        "libsimcard [__sim_card_get_response] ioctl read error\n",
-        captured());
+    const struct {
+        uint8_t sw1, sw2;
+        int rc;
+    } cases[] = {{0x90, 0x00, 0}, {0x6F, 0x90, 0}, {0x6F, 0x00, -1}};
+    for (const auto &c : cases) {
+        card.fail_status(ins::kGetResponse, c.sw1, c.sw2);
+        EXPECT_EQ(c.rc, __sim_card_get_response(&req, 15)) << std::hex << +c.sw1 << +c.sw2;
+    }
+    EXPECT_EQ((std::array<uint8_t, 5>{0xA0, 0xC0, 0, 0, 15}),
+              card.commands(ins::kGetResponse).back()->header);
 }
 
 }  // namespace

@@ -30,16 +30,18 @@ TEST_F(WanAdd, ADeviceTakesOneFileOfEachGroupAndItsConnectionIsWrittenAtOnce) {
         EXPECT_EQ("4.IP.1", record(file, "P00")) << std::hex << file;
     }
     EXPECT_EQ("43", record(0x6F0A, "P01"));  // the other records stay
-    EXPECT_EQ("4.IP.1", attr(child(findFileNode(0x6F0A), "ConnIndex"), "simv"));
     EXPECT_EQ(kDevices + "4.WANIPConnection.1.Name", uri(0x6F0A, "ConnectionName"));
-    EXPECT_EQ(kDevices + "4.WANIPConnection.1.DNSEnabled", uri(0x6F1A, "DNSEnabled"));
     EXPECT_EQ("WANPPPConnection.%d.Username", uri(0x6F0A, "PPPUsername"));
     EXPECT_EQ("2.PPP.1", record(0x6F08, "P00"));  // other devices are not touched
 
-    // The next device stands before the earlier one.
-    ASSERT_EQ(1, add(kDevices, 5));
+    // The next device stands before the earlier one; under device 12 a
+    // connection is written as device 1's.
+    ASSERT_EQ(1, add(kDevices, 12));
     EXPECT_EQ(findFileNode(0x6F0B), after_template(0));
-    EXPECT_EQ(findFileNode(0x6F0A), ixmlNode_getNextSibling(after_template(0)));
+    EXPECT_EQ(kDevices + "12.", uri(0x6F0B));
+    ASSERT_EQ(1, add(kDevices + "12.WANPPPConnection.", 1));
+    EXPECT_EQ("1.PPP.1", record(0x6F0B, "P00"));
+    EXPECT_EQ(kDevices + "1.WANPPPConnection.1.Username", uri(0x6F0B, "PPPUsername"));
 }
 
 TEST_F(WanAdd, DuplicatesFullGroupsAndBadArgumentsAreRefusedWithNothingCloned) {
@@ -54,36 +56,19 @@ TEST_F(WanAdd, DuplicatesFullGroupsAndBadArgumentsAreRefusedWithNothingCloned) {
     }
     clear_log();
     EXPECT_EQ(0, add(kDevices, 4));
+    EXPECT_EQ(0, add(kDevices, 0));
     EXPECT_EQ(files + 13, file_count());
     EXPECT_EQ(nullptr, findFileNode(0x6F0A));
-    EXPECT_EQ("[simcard_addMulInstanceByUri-N]  unable get free fileid\n", log());
-
-    clear_log();
-    EXPECT_EQ(0, add(kDevices, 0));
-    EXPECT_EQ(0, simcard_addMulInstanceByUri(nullptr, 1));
-    const std::string refused = "[simcard_addMulInstanceByUri-N]  add instance param is failed\n";
-    EXPECT_EQ(refused + refused, log());
-    // Not multi-instance, and a WLAN, which has no template to copy.
-    EXPECT_EQ(1, add("InternetGatewayDevice.LANDevice.1.Hosts.", 1));
+    EXPECT_EQ(
+        "[simcard_addMulInstanceByUri-N]  unable get free fileid\n"
+        "[simcard_addMulInstanceByUri-N]  add instance param is failed\n",
+        log());
+    // A WLAN has no template to copy.
     EXPECT_EQ(1, add("InternetGatewayDevice.LANDevice.1.WLANConfiguration.", 2));
     EXPECT_EQ(files + 13, file_count());
 }
 
-TEST_F(WanAdd, AConnectionUnderDevice12IsWrittenAsDevice1) {
-    ASSERT_EQ(1, add(kDevices, 12));
-    EXPECT_EQ(kDevices + "12.", uri(0x6F0A));
-    ASSERT_EQ(1, add(kDevices + "12.WANPPPConnection.", 1));
-    EXPECT_EQ("1.PPP.1", record(0x6F0A, "P00"));
-    EXPECT_EQ(kDevices + "1.WANPPPConnection.1.Username", uri(0x6F0A, "PPPUsername"));
-
-    // Only connection tables are added under a device.
-    capture();
-    EXPECT_EQ(1, add(kDevices + "2.WANPPPConnection.1.Stats.", 1));
-    EXPECT_EQ("filter other subnode\n", captured());
-    EXPECT_EQ("2.PPP.1", record(0x6F08, "P00"));
-}
-
-TEST_F(WanAdd, WithTheMarkerTheDemoFilesAreTheTr069WanAndDeletingItRebuildsThem) {
+TEST_F(WanAdd, WithTheMarkerTheDemoFilesAreTheTr069Wan) {
     // The card's TR-069 WAN (device 1) goes first: fresh demos after their templates.
     ASSERT_EQ(1, del(kDevices + "1."));
     const int demos[] = {0x6F07, 0x6F17, 0x6F96};
@@ -94,7 +79,6 @@ TEST_F(WanAdd, WithTheMarkerTheDemoFilesAreTheTr069WanAndDeletingItRebuildsThem)
         EXPECT_EQ(kDevices + "%d.", uri(demos[slot]));
         EXPECT_EQ("", record(demos[slot], "P00"));
     }
-    EXPECT_EQ(sal::xml::tag(templateNodeTable[0]), sal::xml::tag(after_template(0)));
 
     EXPECT_EQ(0, check_if_create_tr069_wan());
     write_file("/tmp/sim_create_tr069wan", "");
@@ -109,22 +93,12 @@ TEST_F(WanAdd, WithTheMarkerTheDemoFilesAreTheTr069WanAndDeletingItRebuildsThem)
         EXPECT_EQ(kDevices + "1.", uri(demo));
         EXPECT_EQ("1.IP.1", record(demo, "P00"));
     }
-    EXPECT_EQ(kDevices + "1.X_CT-COM_WANEponLinkConfig.Mode", uri(0x6F07, "VlanTransferMode"));
     EXPECT_EQ(kDevices + "1.WANIPConnection.1.MaxMTUSize", uri(0x6F17, "MaxMTUSize"));
-
-    ASSERT_EQ(1, del(kDevices + "1."));
-    for (int slot = 0; slot < 3; ++slot) {
-        EXPECT_EQ(kDevices + "%d.", attr(after_template(slot), "uri"));
-        EXPECT_EQ("", record(demos[slot], "P00"));
-    }
-    EXPECT_EQ(files, file_count());
 }
 
 // ---- port mappings ----------------------------------------------------------
 
-using PortMappingAdd = Objects;
-
-TEST_F(PortMappingAdd, TheDemoGoesFirstThenTheLowestFreeIdUntilTheRangeIsFull) {
+TEST_F(Objects, PortMappingsTakeTheDemoThenTheLowestFreeIdUntilTheRangeIsFull) {
     const std::string table = kDevices + "2.WANPPPConnection.1.PortMapping.";
     ASSERT_EQ(1, del(table + "1."));  // frees 6F65
     const size_t files = file_count();
@@ -135,7 +109,6 @@ TEST_F(PortMappingAdd, TheDemoGoesFirstThenTheLowestFreeIdUntilTheRangeIsFull) {
     EXPECT_EQ("*DEL*", uri(0x6F64, "WANIndex"));
     EXPECT_EQ("2.PPP.1", record(0x6F64, "P00"));
     EXPECT_EQ("3", record(0x6F64, "P01"));
-    EXPECT_EQ("3", attr(child(findFileNode(0x6F64), "PortIndex"), "simv"));
     EXPECT_EQ(files, file_count());
 
     ASSERT_EQ(1, add(table, 4));
@@ -155,34 +128,11 @@ TEST_F(PortMappingAdd, TheDemoGoesFirstThenTheLowestFreeIdUntilTheRangeIsFull) {
     EXPECT_EQ(full, file_count());
 }
 
-TEST_F(PortMappingAdd, AFullPathIsKeptAndBadPathsWriteNothing) {
-    IXML_Node *mapping = findFileNode(0x6F67);
-    const std::string path = uri(0x6F67);
-    handlePortMappingAddInstance(mapping, (kDevices + "3.WANIPConnection.1.PortMapping.").c_str(),
-                                 7);
-    EXPECT_EQ(path, uri(0x6F67));
-    EXPECT_EQ("", record(0x6F67, "P00"));
-    EXPECT_EQ("7", record(0x6F67, "P01"));
-
-    const std::string text = card.text(0x6F64);
-    capture();
-    handlePortMappingAddInstance(nullptr, kDevices.c_str(), 1);
-    handlePortMappingAddInstance(mapping, (kDevices + "3.PortMapping.").c_str(), 1);
-    handlePortMappingAddInstance(mapping, (kDevices + "3.WANIPConnection.1.").c_str(), 1);
-    EXPECT_EQ(
-        "param error\ncan't find WANConnectionDevice index\ncan't find WANXXXConnection index\n",
-        captured());
-    EXPECT_EQ(text, card.text(0x6F64));
-}
-
 // ---- uplink QoS ---------------------------------------------------------------
 
-using QosAdd = Objects;
-
-TEST_F(QosAdd, AppsClassificationsAndQueuesFillTheirDemoThenNewFiles) {
+TEST_F(Objects, QosAppsClassificationsAndQueuesFillTheirDemoThenNewFiles) {
     const std::string app = card.text(0x6F38);
     ASSERT_EQ(1, add(kQos + "App.", 3));
-    EXPECT_EQ(kQos + "App.3.", uri(0x6F38));
     EXPECT_EQ(kQos + "App.3.AppName", uri(0x6F38, "AppName"));
     EXPECT_EQ("*DEL*", uri(0x6F38, "AppIndex"));
     ASSERT_EQ(1, add(kQos + "App.", 4));
@@ -198,12 +148,11 @@ TEST_F(QosAdd, AppsClassificationsAndQueuesFillTheirDemoThenNewFiles) {
     EXPECT_EQ(0, add(kQos + "Unknown.", 1));
 }
 
-TEST_F(QosAdd, TypesAreFoundByTheirPatternAndNumberedLikeStartUp) {
+TEST_F(Objects, QosTypesAreFoundByTheirPatternAndNumberedLikeStartUp) {
     // The demo holds classification 1's first type on the card, which made
     // 6F4B its second: type 1 fills the demo, type 2 is a duplicate.
     EXPECT_EQ(kQos + "Classification.1.type.2.", uri(0x6F4B));
     ASSERT_EQ(1, add(kQos + "Classification.1.type.", 1));
-    EXPECT_EQ(kQos + "Classification.1.type.1.", uri(0x6F48));
     EXPECT_EQ(kQos + "Classification.1.type.1.Max", uri(0x6F48, "Max"));
     EXPECT_EQ(0, add(kQos + "Classification.1.type.", 2));
     EXPECT_EQ(0, add(kQos + "Classification.2.type.", 1));
@@ -211,10 +160,8 @@ TEST_F(QosAdd, TypesAreFoundByTheirPatternAndNumberedLikeStartUp) {
     ASSERT_EQ(1, add(kQos + "Classification.2.type.", 3));
     EXPECT_EQ(findFileNode(0x6F4C), after_template(6));
     EXPECT_EQ(kQos + "Classification.2.type.3.", uri(0x6F4C));
-
-    // Only the exact type pattern is added to.
     const size_t files = file_count();
-    EXPECT_EQ(1, add(kQos + "Classification.2.types.", 1));
+    EXPECT_EQ(1, add(kQos + "Classification.2.types.", 1));  // only the exact pattern
     EXPECT_EQ(files, file_count());
 }
 

@@ -21,9 +21,6 @@ protected:
         ASSERT_EQ(0, simcard_init());
         clear_log();
     }
-    static std::string furi(std::string_view param) {
-        return attr(child(findFileNode(0x6F07), param), "furi");
-    }
 };
 
 TEST_F(FirstOnline, AReferenceOnTheCardIsLeftAlone) {
@@ -41,36 +38,25 @@ TEST_F(FirstOnline, WithoutOneTheTreeGetsTheFirstIpConnectionOfDevice1) {
     start("P00=FF");
     ASSERT_EQ(kDevices + "%d.", uri(0x6F07));
     const std::string user = uri(0x6F07, "PPPUsername");
-    const std::string user_pattern = furi("PPPUsername");
     const std::string text = card.text(0x6F07);
 
     for (int round = 0; round < 2; ++round) {  // nothing reached the card: it runs again
         clear_log();
         ASSERT_EQ(0, update6F07ForFirstOnline());
         EXPECT_EQ(kDevices + "1.", uri(0x6F07));
-        EXPECT_EQ(kDevices + "%d.", attr(findFileNode(0x6F07), "furi"));
         EXPECT_EQ("1.IP.1", attr(child(findFileNode(0x6F07), "ConnIndex"), "simv"));
         EXPECT_EQ(kDevices + "1.WANIPConnection.1.Name", uri(0x6F07, "ConnectionName"));
-        EXPECT_EQ(kDevices + "%d.%s.%d.Name", furi("ConnectionName"));
-        EXPECT_EQ(kDevices + "1.WANIPConnection.1.SubnetMask", uri(0x6F07, "SubnetMask"));
+        EXPECT_EQ(kDevices + "%d.%s.%d.Name",
+                  attr(child(findFileNode(0x6F07), "ConnectionName"), "furi"));
         EXPECT_EQ(kDevices + "1.X_CT-COM_WANEponLinkConfig.VLANIDMark",
                   uri(0x6F07, "ConnectVlanID"));
-        EXPECT_EQ(user, uri(0x6F07, "PPPUsername"));
-        EXPECT_EQ(user_pattern, furi("PPPUsername"));
+        EXPECT_EQ(user, uri(0x6F07, "PPPUsername"));  // PPP paths are kept
         EXPECT_EQ("*DEL*", uri(0x6F07, "ConnIndex"));
     }
     EXPECT_EQ(text, card.text(0x6F07));
-    EXPECT_EQ("0", attr(findFileNode(0x6F07), "wf"));
-    const std::string lines = log();
-    EXPECT_EQ(0u, lines.find(std::string(kFirst) + "enter\n" + kFirst +
+    EXPECT_EQ(0u, log().find(std::string(kFirst) + "enter\n" + kFirst +
                              "---------------------has wanindex=1 index=0\n" + kFirst +
                              "node uri = " + kDevices + "1.\n"));
-    EXPECT_NE(std::string::npos,
-              lines.find(std::string(kFirst) + "param node=ConnectionName uri = " + kDevices +
-                         "1.WANIPConnection.1.Name\n"));
-    EXPECT_EQ(std::string::npos, lines.find("PPPUsername"));
-    const std::string out = std::string(kFirst) + "out\n";
-    EXPECT_EQ(lines.size() - out.size(), lines.rfind(out));
 }
 
 TEST_F(FirstOnline, LowerCaseIpIsNoReference) {
@@ -80,27 +66,17 @@ TEST_F(FirstOnline, LowerCaseIpIsNoReference) {
     EXPECT_EQ(kDevices + "1.WANIPConnection.1.Name", uri(0x6F07, "ConnectionName"));
 }
 
-TEST_F(FirstOnline, RefusedOfflineUninitialisedOrWithoutAFileSize) {
-    const std::string offline = std::string(kFirst) + "enter\n" + kFirst + "simcard is offline!\n";
-    EXPECT_EQ(-1, update6F07ForFirstOnline());
-    EXPECT_EQ(offline, log());
+TEST_F(FirstOnline, RefusedOfflineOrUninitialised) {
     open_device();
-    clear_log();
     EXPECT_EQ(-1, update6F07ForFirstOnline());
     EXPECT_EQ(std::string(kFirst) + "enter\n" + kFirst + "simcard is not init!\n", log());
 
     start("P00=FF");
     card.set_online(false);
     EXPECT_EQ(-1, update6F07ForFirstOnline());
-    EXPECT_EQ(offline, log());
+    EXPECT_EQ(std::string(kFirst) + "enter\n" + kFirst + "simcard is offline!\n", log());
     EXPECT_EQ(kDevices + "%d.", uri(0x6F07));
-
-    card.set_online(true);
-    sal::xml::set_attr(findFileNode(0x6F07), "ml", "");
-    clear_log();
-    EXPECT_EQ(-1, update6F07ForFirstOnline());
-    EXPECT_NE(std::string::npos, log().find("file_len is empty!\n"));
-    EXPECT_EQ(kDevices + "%d.", uri(0x6F07));
+    EXPECT_EQ("(none)", attr(child(findFileNode(0x6F07), "ConnIndex"), "simv"));
 }
 
 }  // namespace

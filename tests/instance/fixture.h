@@ -41,19 +41,6 @@ protected:
         const auto files = sal::xml::child_elements(ct_simcfg_root);
         return static_cast<size_t>(std::distance(files.begin(), files.end()));
     }
-
-    // A record as the card holds it: the value, "FF" when unset.
-    std::string record(int file, std::string_view name) const {
-        const std::string text = card.text(static_cast<uint16_t>(file));
-        const size_t at = text.find(std::string(name) + "=");
-        if (at == std::string::npos || at + 4 >= text.size()) {
-            return "(none)";
-        }
-        if (text[at + 4] != '"') {
-            return "FF";
-        }
-        return text.substr(at + 5, text.find('"', at + 5) - at - 5);
-    }
 };
 
 }  // namespace simcard::testing

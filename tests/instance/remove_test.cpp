@@ -14,7 +14,6 @@ TEST_F(Delete, ADeviceLosesItsThreeFilesAndThePortMappingsUnderIt) {
     ASSERT_EQ(1, del(kDevices + "2."));
     const std::string out = captured();
     EXPECT_EQ(0u, out.find("del node = " + kDevices + "2.\n")) << out;
-    EXPECT_NE(std::string::npos, out.find("node attr is null\n"));  // the static files
     for (int file : {0x6F08, 0x6F18, 0x6F97, 0x6F65, 0x6F66}) {
         EXPECT_EQ(nullptr, findFileNode(file)) << std::hex << file;
         EXPECT_EQ("", record(file, "P00")) << std::hex << file;
@@ -23,18 +22,11 @@ TEST_F(Delete, ADeviceLosesItsThreeFilesAndThePortMappingsUnderIt) {
     EXPECT_EQ(kDevices + "3.", uri(0x6F09));
     EXPECT_EQ("3.IP.1", record(0x6F67, "P00"));
     EXPECT_EQ(nullptr, findParamNodeByUri((kDevices + "2.WANPPPConnection.1.Username").c_str()));
-
-    // Freed ids are taken again, lowest first.
-    ASSERT_EQ(1, add(kDevices, 5));
-    EXPECT_EQ(kDevices + "5.", uri(0x6F08));
-    EXPECT_EQ(kDevices + "5.", uri(0x6F18));
-    EXPECT_EQ(kDevices + "5.", uri(0x6F97));
 }
 
 TEST_F(Delete, AConnectionClearsTheDevicePathsButItsVlanAndCardOnlyRecords) {
     const std::string vlan = uri(0x6F08, "ConnectVlanID");
     ASSERT_EQ(1, del(kDevices + "2.WANPPPConnection.1."));
-    EXPECT_EQ(nullptr, findFileNode(0x6F65));
     EXPECT_EQ(nullptr, findFileNode(0x6F66));
     EXPECT_EQ(kDevices + "2.", uri(0x6F08));  // the device stays, on the card too
     EXPECT_EQ("2.PPP.1", record(0x6F08, "P00"));
@@ -47,35 +39,17 @@ TEST_F(Delete, AConnectionClearsTheDevicePathsButItsVlanAndCardOnlyRecords) {
     EXPECT_EQ(kDevices + "3.WANIPConnection.1.Name", uri(0x6F09, "ConnectionName"));
 }
 
-TEST_F(Delete, AClassificationTakesItsTypesAlong) {
-    ASSERT_EQ(1, del(kQos + "Classification.2."));
-    for (int file : {0x6F41, 0x6F49, 0x6F4A}) {
-        EXPECT_EQ(nullptr, findFileNode(file)) << std::hex << file;
-        EXPECT_EQ("", record(file, "P00")) << std::hex << file;
-    }
-    EXPECT_EQ(kQos + "Classification.1.type.2.", uri(0x6F4B));
-    EXPECT_EQ("1", record(0x6F4B, "P00"));
-}
-
 TEST_F(Delete, BadRequestsAndFailedCardWritesChangeNothing) {
-    const size_t files = file_count();
-    capture();
     EXPECT_EQ(1, del("InternetGatewayDevice.LANDevice.1.Hosts.1."));
     EXPECT_EQ(0, simcard_delMulInstanceByUri((kDevices + "2.").c_str(), 0));
-    EXPECT_EQ(0, simcard_delMulInstanceByUri(nullptr, 1));
-    EXPECT_EQ(0, delMulInstanceNode(nullptr));
+    EXPECT_EQ(kDevices + "2.", uri(0x6F08));
     // A file the card does not hold: its element stays.
     card.remove_file(0x6F3A);
     IXML_Node *orphan = addMulInstanceNode(0x6F3A, 0x6F38);
+    capture();
     EXPECT_EQ(0, delMulInstanceNode(orphan));
-    const std::string out = captured();
-    EXPECT_EQ(0u, out.find("del node is NULL\n")) << out;
-    EXPECT_NE(std::string::npos, out.find("write simcard P00 to empty error\n"));
+    EXPECT_NE(std::string::npos, captured().find("write simcard P00 to empty error\n"));
     EXPECT_EQ(orphan, findFileNode(0x6F3A));
-    EXPECT_EQ(files + 1, file_count());
-    EXPECT_EQ(kDevices + "2.", uri(0x6F08));
-    const std::string refused = "[simcard_delMulInstanceByUri-N]  del instance param is failed\n";
-    EXPECT_EQ(refused + refused, log());
 }
 
 TEST_F(Delete, ARestartSeesWhatWasAddedAndNotWhatWasDeleted) {
@@ -83,12 +57,15 @@ TEST_F(Delete, ARestartSeesWhatWasAddedAndNotWhatWasDeleted) {
     ASSERT_EQ(1, del(kDevices + "2."));
     ASSERT_EQ(1, add(kDevices, 4));
     ASSERT_EQ(1, add(kDevices + "4.WANIPConnection.", 1));
-    ASSERT_EQ(1, add(pm, 1));  // the demo
-    ASSERT_EQ(1, add(pm, 2));  // 6F65
-    ASSERT_EQ(1, del(kQos + "Classification.2."));
+    ASSERT_EQ(1, add(pm, 1));                       // the demo
+    ASSERT_EQ(1, add(pm, 2));                       // 6F65
+    ASSERT_EQ(1, del(kQos + "Classification.2."));  // and its types
+    EXPECT_EQ(nullptr, findFileNode(0x6F49));
+    EXPECT_EQ("", record(0x6F49, "P00"));
 
     lifecycle::reset_process_state();
     ASSERT_EQ(0, simcard_init());
+    // Device 4 took the ids device 2 freed, lowest first.
     EXPECT_EQ(kDevices + "4.WANIPConnection.1.Name", uri(0x6F08, "ConnectionName"));
     EXPECT_EQ(kDevices + "4.WANIPConnection.1.MaxMTUSize", uri(0x6F18, "MaxMTUSize"));
     EXPECT_EQ(kDevices + "4.", uri(0x6F97));

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -57,226 +56,120 @@ TEST_F(Records, RewritesRecordsAsInTheWorkedTable) {
         EXPECT_EQ(row.length, sim_session.file_len);
         ++id;
     }
-
-    // Only the save reaches the card, with the text's length: the card keeps its tail.
-    EXPECT_EQ(R"(<P00="1" P01="2">)", card.text(0x6F10));
-    ASSERT_EQ(0, hal_saveToSim());
-    const auto &bytes = card.file(0x6F14)->contents;
-    EXPECT_EQ(R"(<P00="1" P01="5">)", std::string(bytes.begin(), bytes.begin() + 17));
-    EXPECT_EQ(0xFF, bytes[17]);
+    EXPECT_EQ(R"(<P00="1" P01="2">)", card.text(0x6F10));  // only a save reaches the card
 }
 
-TEST_F(Records, AnEmptyFileStartsARecord) {
-    card.add_file(0x6F10, 0);
-    capture();
-    ASSERT_EQ(0, write(0x6F10, "P00", "x"));
-    EXPECT_EQ(
-        "[hal] sim_card_write_param: file_len = 0\n"
-        "content length is 0\n",
-        captured());
-    EXPECT_EQ(R"(<P00="x">)", session_text());
-}
-
-TEST_F(Records, ReadsValuesAndReportsUnsetAndMissingRecords) {
-    card.add_file(0x6F20, 40, R"(<P00="abc" P05=FF>)");
-    char dest[16] = "untouched";
+TEST_F(Records, ReadsValuesBoundedByTheCallersLength) {
+    card.add_file(0x6F20, 40, R"(<P00="abc" P05=FF P07="xyz)");
+    char dest[8] = "keep";
+    EXPECT_EQ(1, sim_card_read_param(0x7F80, 0x6F20, "P05", dest, sizeof dest));
+    EXPECT_STREQ("keep", dest);  // unset: untouched
     EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F20, "P00", dest, sizeof dest));
     EXPECT_STREQ("abc", dest);
+    // No closing quote: the value runs to the end of the text.
+    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P07", dest, sizeof dest));
+    EXPECT_STREQ("xyz", dest);
 
-    std::strcpy(dest, "untouched");
-    EXPECT_EQ(1, sim_card_read_param(0x7F80, 0x6F20, "P05", dest, sizeof dest));
-    EXPECT_STREQ("untouched", dest);
-
+    std::memset(dest, '#', sizeof dest);
+    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest, 3));
+    EXPECT_EQ(std::string("ab\0#", 4), std::string(dest, 4));
+    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest + 4, -5));
+    EXPECT_EQ('#', dest[4]);
     capture();
     EXPECT_EQ(-1, simcard_ReadParamFromFile(0x6F20, 99, "P09", dest, sizeof dest));
     EXPECT_EQ("libsimcard [sim_card_read_param] file 6F20 have no P09\n", captured());
     EXPECT_EQ(1u, card.count(ins::kReadBinary));  // the file was read once
 
+    // An empty file: nothing read, and a write starts the record.
     card.add_file(0x6F21, 0);
     EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F21, "P00", dest, sizeof dest));
-    EXPECT_STREQ("untouched", dest);
-    EXPECT_EQ(nullptr, sim_session.content);
+    EXPECT_STREQ("ab", dest);
+    capture();
+    ASSERT_EQ(0, write(0x6F21, "P00", "x"));
+    EXPECT_EQ("[hal] sim_card_write_param: file_len = 0\ncontent length is 0\n", captured());
+    EXPECT_EQ(R"(<P00="x">)", session_text());
 }
 
-TEST_F(Records, NamesAreFoundAsPlainSubstrings) {
+TEST_F(Records, WritesSkipFFTakeTheFirstMatchAndRebuild6F02) {
     card.add_file(0x6F20, 40, R"(<P00="P01" P01="2">)");
-    char dest[16] = {};
-    EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F20, "P01", dest, sizeof dest));
-    EXPECT_STREQ("P01=", dest);
-
-    ASSERT_EQ(0, write(0x6F20, "P01", "5"));
-    EXPECT_EQ(R"(<P00="P01="5"2">)", session_text());
-    EXPECT_EQ(16, sim_session.file_len);
-}
-
-TEST_F(Records, WritingFFChangesNothing) {
-    card.add_file(0x6F20, 40, R"(<P00="1">)");
     capture();
     EXPECT_EQ(0, write(0x6F20, "P00", "FF"));
     EXPECT_EQ("[hal] sim_card_write_param: value is FF,skip it\n", captured());
     EXPECT_EQ(0u, card.count(ins::kSelect));
     EXPECT_EQ(nullptr, sim_session.content);
-    EXPECT_EQ(0, sim_session.file_len);
-}
+    // A name inside an earlier value is the one rewritten.
+    ASSERT_EQ(0, write(0x6F20, "P01", "5"));
+    EXPECT_EQ(R"(<P00="P01="5"2">)", session_text());
+    EXPECT_EQ(16, sim_session.file_len);
 
-TEST_F(Records, RecordWithoutClosingBracketIsRefusedAndKept) {
-    card.add_file(0x6F20, 40, R"(<P00="1")");
-    capture();
-    EXPECT_EQ(-1, write(0x6F20, "P00", "2"));
-    EXPECT_EQ(
-        "simcard conten failed <P00=\"1\"\n"
-        "[hal] sim_card_write_param: sim_combin_new_file_value error\n",
-        captured());
-    EXPECT_EQ(R"(<P00="1")", session_text());
-    EXPECT_EQ(40, sim_session.file_len);
-
-    // A name at the very end has no old value to replace.
-    card.add_file(0x6F21, 40, R"(<P00="1"> P01)");
-    capture();
-    EXPECT_EQ(-1, write(0x6F21, "P01", "2"));
-    EXPECT_EQ(
-        "[hal] _sim_combin_new_file_value: simcard content failed <P00=\"1\"> P01\n"
-        "[hal] sim_card_write_param: sim_combin_new_file_value error\n",
-        captured());
-}
-
-TEST_F(Records, File6F02IsRebuiltWithoutReadingTheCard) {
+    // 6F02 starts from an empty text; the save leaves the card's tail.
     card.add_file(0x6F02, 64, R"(<P00="old" P01="old">)");
-    capture();
     ASSERT_EQ(0, write(0x6F02, "P01", "5"));
-    EXPECT_EQ("content length is 0\n", captured());  // a fresh, empty text
     ASSERT_EQ(0, write(0x6F02, "P02", "6"));
-    EXPECT_EQ(R"(<P01="5" P02="6">)", session_text());
-    EXPECT_EQ(0u, card.count(ins::kReadBinary));
+    EXPECT_EQ(1u, card.count(ins::kReadBinary));  // 6F20 only
     ASSERT_EQ(0, hal_saveToSim());
     EXPECT_EQ(R"(<P01="5" P02="6">ld">)", card.text(0x6F02));
 }
 
-TEST_F(Records, ReadsAreBoundedByTheCallersLength) {
-    card.add_file(0x6F20, 40, R"(<P00="abcdefghij" P01="xyz)");
-    char dest[8];
-    std::memset(dest, '#', sizeof dest);
-    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest, 4));
-    EXPECT_STREQ("abc", dest);
-    EXPECT_EQ('#', dest[4]);
-
-    std::memset(dest, '#', sizeof dest);
-    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest, 0));
-    EXPECT_EQ('#', dest[0]);
-    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest, -5));
-    EXPECT_EQ('#', dest[0]);
-
-    // No closing quote: the value runs to the end of the text.
-    EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F20, "P01", dest, sizeof dest));
-    EXPECT_STREQ("xyz", dest);
-}
-
-TEST_F(Records, FileWithoutTerminatorStaysInsideItsBuffer) {
-    // 200 bytes of text and not one NUL on the card.
-    card.add_file(0x6F20, 200, "<P00=\"" + std::string(194, 'v'));
-    auto dest = std::make_unique<char[]>(300);
-    EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F20, "P00", dest.get(), 300));
-    EXPECT_EQ(std::string(194, 'v'), dest.get());
-
-    capture();
-    EXPECT_EQ(-1, write(0x6F20, "P00", "1"));
-    EXPECT_THAT(captured(), HasSubstr("simcard conten failed <P00=\""));
+TEST_F(Records, BrokenRecordsAreRefusedAndKept) {
+    const std::string unterminated = "<P00=\"" + std::string(194, 'v');  // no NUL on the card
+    const struct {
+        std::string text;
+        size_t size;
+        std::string output;
+    } rows[] = {
+        {R"(<P00="1")", 40, "simcard conten failed <P00=\"1\"\n"},
+        {R"(<P00="1"> P01)", 40,  // a name at the very end has no old value
+         "[hal] _sim_combin_new_file_value: simcard content failed <P00=\"1\"> P01\n"},
+        {unterminated, 200, "simcard conten failed " + unterminated + "\n"},
+    };
+    uint16_t id = 0x6F20;
+    for (const auto &row : rows) {
+        card.add_file(id, row.size, row.text);
+        char value[256];
+        EXPECT_EQ(0, sim_card_read_param(0x7F80, id, "P00", value, sizeof value));
+        capture();
+        EXPECT_EQ(-1, write(id, "P01", "2"));
+        EXPECT_EQ(row.output + "[hal] sim_card_write_param: sim_combin_new_file_value error\n",
+                  captured());
+        EXPECT_EQ(row.text, session_text());
+        ++id;
+    }
 }
 
 TEST_F(Records, RecordsGrowPastTheCardFileAndTheCardDecides) {
     card.add_file(0x6F20, 20, R"(<P00="1">)");
     const std::string value(300, 'w');
     ASSERT_EQ(0, write(0x6F20, "P01", value.c_str()));
-    const std::string expected = R"(<P00="1" P01=")" + value + "\">";
+    ASSERT_EQ(0, write(0x6F20, "P02", value.c_str()));  // continues from the session text
+    const std::string expected = R"(<P00="1" P01=")" + value + R"(" P02=")" + value + "\">";
     EXPECT_EQ(expected, session_text());
     EXPECT_EQ(static_cast<int>(expected.size()), sim_session.file_len);
-
-    ASSERT_EQ(0, write(0x6F20, "P02", value.c_str()));  // continues from the session text
-    EXPECT_EQ(static_cast<int>(expected.size() + value.size() + 7), sim_session.file_len);
-
     capture();
     EXPECT_EQ(-1, hal_saveToSim());
     EXPECT_THAT(captured(), HasSubstr("[hal] hal_saveToSim write file 0x0000 error\n"));
-}
 
-TEST_F(Records, CombiningNeverWritesPastTheGivenSize) {
-    // Exactly 12 bytes: the appended record would need 18.
-    std::unique_ptr<char, decltype(&std::free)> buf(static_cast<char *>(std::calloc(12, 1)),
-                                                    &std::free);
+    // Combining stays inside the size it is given: 12 bytes, 18 needed.
+    const auto buf = std::make_unique<char[]>(12);
     std::strcpy(buf.get(), R"(<P00="1">)");
     capture();
     EXPECT_EQ(-1, _sim_combin_new_file_value1(buf.get(), "P01", "5", 12));
-    EXPECT_EQ(0, _sim_combin_new_file_value(buf.get(), "P01", "5", 12));
-    EXPECT_EQ(-1, _sim_combin_new_file_value(buf.get(), "P00", "123456", 12));
-    EXPECT_EQ(-1, _sim_combin_new_file_value(nullptr, "P00", "1", 12));
-    EXPECT_EQ(
-        "simcard new content failed cant find > <P00=\"1\" P0\n"
-        "simcard new content failed cant find > <P00=\"12345\n"
-        "param is NULL\n",
-        captured());
     EXPECT_STREQ(R"(<P00="1">)", buf.get());
-
-    std::strcpy(buf.get(), R"(<P00="1">)");
-    EXPECT_EQ(10, _sim_combin_new_file_value(buf.get(), "P00", "22", 12));
-    EXPECT_STREQ(R"(<P00="22">)", buf.get());
 }
 
-TEST_F(Records, OfflineCardAndFailedReads) {
+TEST_F(Records, FailedReadsLeaveNoSession) {
     card.add_file(0x6F20, 40, R"(<P00="1">)");
     char dest[8] = {};
-    card.set_online(false);
-    capture();
-    EXPECT_EQ(-1, sim_card_read_param(0x7F80, 0x6F20, "P00", dest, sizeof dest));
-    EXPECT_EQ(-1, write(0x6F20, "P00", "2"));
-    EXPECT_EQ(
-        "sim card is not online!\n"
-        "[hal] sim_card_write_param: sim card is not online!\n",
-        captured());
-
-    card.set_online(true);
-    card.fail_ioctl(ins::kReadBinary);
-    capture();
-    EXPECT_EQ(-1, sim_card_read_param(0x7F80, 0x6F20, "P00", dest, sizeof dest));
-    EXPECT_THAT(captured(),
-                HasSubstr("libsimcard [sim_card_read_param] read file error...file id=0x6f20\n"));
-    EXPECT_EQ(nullptr, sim_session.content);
-    EXPECT_EQ(0, sim_session.loaded);
-
-    card.fail_ioctl(ins::kReadBinary);
-    capture();
-    EXPECT_EQ(-1, write(0x6F20, "P00", "2"));
-    EXPECT_THAT(captured(), HasSubstr("hal [sim_card_write_param] read file error\n"));
-    EXPECT_EQ(nullptr, sim_session.content);
-
-    // Back to normal: the record is read afresh.
+    for (bool reading : {true, false}) {
+        card.fail_ioctl(ins::kReadBinary);
+        capture();
+        EXPECT_EQ(-1, reading ? sim_card_read_param(0x7F80, 0x6F20, "P00", dest, sizeof dest)
+                              : write(0x6F20, "P00", "2"));
+        EXPECT_THAT(captured(), HasSubstr("read file error"));
+        EXPECT_EQ(nullptr, sim_session.content);
+    }
     EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F20, "P00", dest, sizeof dest));
     EXPECT_STREQ("1", dest);
-}
-
-TEST_F(Records, WriteToFileMarksTheFileElementStale) {
-    write_file(SIMCARD_PATH_CONFIG,
-               R"(<root><f a="EF" n="6F20" ml="40" wf="1"><p a="PARAM" n="P00"/></f></root>)");
-    ASSERT_EQ(0, loadSimcardConfigxml());
-    card.add_file(0x6F20, 40, R"(<P00="1">)");
-    IXML_Element *file = reinterpret_cast<IXML_Element *>(findFileNode(0x6F20));
-    ASSERT_NE(nullptr, file);
-
-    ASSERT_EQ(0, simcard_WriteParamToFile(0x6F20, 123, "P00", "7"));
-    EXPECT_STREQ("0", ixmlElement_getAttribute(file, "wf"));
-    EXPECT_EQ(R"(<P00="7">)", session_text());
-
-    capture();
-    EXPECT_EQ(-1, simcard_WriteParamToFile(0x6F21, 0, "P00", "7"));
-    EXPECT_EQ(-1, simcard_WriteParamToFile(0x6F20, 0, "P00", nullptr));
-    EXPECT_EQ("node is NULL\nparam is NULL\n", captured());
-
-    // A refused write leaves the element as it was.
-    ixmlElement_setAttribute(file, "wf", "2");
-    card.set_online(false);
-    capture();
-    EXPECT_EQ(-1, simcard_WriteParamToFile(0x6F20, 0, "P00", "8"));
-    captured();
-    EXPECT_STREQ("2", ixmlElement_getAttribute(file, "wf"));
 }
 
 }  // namespace
