@@ -5,19 +5,12 @@
 #include <string>
 
 #include "sal/param_index.h"
-#include "sal/xml.h"
 #include "simcard.h"
 #include "tests/support/sample.h"
 
 namespace simcard::testing {
 
-// An attribute's text, or "(absent)".
-inline std::string attr_text(IXML_Node *node, const char *name) {
-    const char *value = sal::xml::attr_cstr(node, name);
-    return value != nullptr ? value : "(absent)";
-}
-
-// After start-up: the card's trace, the log and standard output are empty.
+// After start-up, with the card's trace, the log and standard output empty.
 class Started : public SampleTest {
 protected:
     void SetUp() override {
@@ -27,16 +20,18 @@ protected:
         card.clear_trace();
         clear_log();
     }
-
-    // Card commands with this INS since the trace was last cleared.
-    size_t commands(uint8_t instruction) const { return card.count(instruction); }
-
-    // The parameter element of a path, found without logging.
-    static IXML_Node *param(const char *uri) {
-        return sal::first_param_with_uri_walk(ct_simcfg_root, uri);
+    static std::string get(const std::string &path) {
+        const char *value = simcard_getParamValueByUri(path.c_str());
+        return value != nullptr ? value : "(null)";
     }
-    static IXML_Node *file(int id) { return findFileNode(id); }
-    static std::string wf(int id) { return attr_text(findFileNode(id), "wf"); }
+    static int set(const std::string &path, const char *value) {
+        return simcard_setParamValueByUri(path.c_str(), value);
+    }
+    // The parameter element of a path, found without logging.
+    static IXML_Node *param(const std::string &uri) {
+        return sal::first_param_with_uri_walk(ct_simcfg_root, uri.c_str());
+    }
+    static std::string wf(int id) { return attr(findFileNode(id), "wf"); }
 };
 
 }  // namespace simcard::testing
