@@ -81,27 +81,6 @@ TEST_F(Sync, PatternsAndForeignPathsAreSkippedButTheFileIsCommitted) {
     EXPECT_EQ("http://x/", record(0x6F05, "P00"));
 }
 
-TEST_F(Sync, AFailedWriteStopsAtOnceAndTheNextRoundFinishesTheWork) {
-    ASSERT_EQ(0, simcard_setParamValueByUri(kUrl, "http://acs.test/"));
-    ASSERT_EQ(0, simcard_setParamValueByUri(kDhcp, "false"));
-    // 6F05 takes two READ BINARY; the read of 6F06 fails.
-    card.fail_status(ins::kReadBinary, 0x6B, 0x00, /*skip=*/2);
-    capture();
-    EXPECT_EQ(-1, simcard_syncData2Sim());
-    EXPECT_NE(std::string::npos,
-              captured().find("[sal] simcard_syncData2Sim: file id 0x6f06 P00 write param "
-                              "error...value=0\n"));
-    EXPECT_EQ("1", wf(0x6F05));
-    EXPECT_EQ("2", wf(0x6F06));
-    EXPECT_EQ("1", record(0x6F06, "P00"));
-
-    EXPECT_EQ(0, simcard_syncData2Sim());
-    EXPECT_EQ("1", wf(0x6F06));
-    EXPECT_EQ("0", record(0x6F06, "P00"));
-    EXPECT_EQ("192.168.1.100", record(0x6F06, "P01"));
-    EXPECT_EQ("http://acs.test/", record(0x6F05, "P00"));
-}
-
 TEST_F(Sync, AFailedCommitLeavesTheFileDirtyAndTheOthersGoOn) {
     // Long enough for two UPDATE BINARY chunks; the second one fails.
     const std::string url = "http://" + std::string(110, 'a') + ".test/acs";
@@ -129,25 +108,6 @@ TEST_F(Sync, AFailedCommitLeavesTheFileDirtyAndTheOthersGoOn) {
     EXPECT_EQ("43200", record(0x6F05, "P04"));
     EXPECT_EQ("itms", record(0x6F05, "P05"));
     EXPECT_EQ("itms123", record(0x6F05, "P06"));
-}
-
-TEST_F(Sync, ACardGoneOfflineLosesNothing) {
-    ASSERT_EQ(0, simcard_setParamValueByUri(kUrl, "http://acs.test/"));
-    ASSERT_EQ(0, simcard_setParamValueByUri(kDhcp, "false"));
-    const std::string before5 = card.text(0x6F05);
-    card.set_online(false);
-    capture();
-    EXPECT_EQ(-1, simcard_syncData2Sim());
-    EXPECT_NE(std::string::npos,
-              captured().find("[hal] sim_card_write_param: sim card is not online!\n"));
-    EXPECT_EQ("2", wf(0x6F05));
-    EXPECT_EQ("2", wf(0x6F06));
-    EXPECT_EQ(before5, card.text(0x6F05));
-
-    card.set_online(true);
-    EXPECT_EQ(0, simcard_syncData2Sim());
-    EXPECT_EQ("http://acs.test/", record(0x6F05, "P00"));
-    EXPECT_EQ("0", record(0x6F06, "P00"));
 }
 
 TEST_F(Sync, TheSelfTestDumpsATreeThatLoadsAgain) {

@@ -13,48 +13,23 @@ namespace simcard::tool {
 
 void install(const simcard_platform *table) { g_table = table; }
 
-TracingPlatform::TracingPlatform(const simcard_platform &base, FILE *out)
-    : base_(base), out_(out), table_(base) {
-    table_.ctx = this;
-    // Every call but ioctl goes straight to the base with its own context.
-    table_.open = [](void *c, const char *p, int f, int m) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.open(b.ctx, p, f, m);
-    };
-    table_.ioctl = traced_ioctl;
-    table_.usleep = [](void *c, unsigned int us) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.usleep(b.ctx, us);
-    };
-    table_.sleep = [](void *c, unsigned int s) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.sleep(b.ctx, s);
-    };
-    table_.gettimeofday = [](void *c, struct timeval *tv) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.gettimeofday(b.ctx, tv);
-    };
-    table_.access = [](void *c, const char *p, int m) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.access(b.ctx, p, m);
-    };
-    table_.fopen = [](void *c, const char *p, const char *m) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.fopen(b.ctx, p, m);
-    };
-    table_.resolve = [](void *c, const char *p) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.resolve(b.ctx, p);
-    };
-    table_.led_set = [](void *c, void *r) {
-        const auto &b = static_cast<TracingPlatform *>(c)->base_;
-        return b.led_set(b.ctx, r);
-    };
+// One tracer per process: the table keeps the base's context for every call,
+// so the traced ioctl finds its tracer here.
+namespace {
+TracingPlatform *g_tracer = nullptr;
 }
 
+TracingPlatform::TracingPlatform(const simcard_platform &base, FILE *out)
+    : base_(base), out_(out), table_(base) {
+    table_.ioctl = traced_ioctl;
+    g_tracer = this;
+}
+
+TracingPlatform::~TracingPlatform() { g_tracer = nullptr; }
+
 int TracingPlatform::traced_ioctl(void *ctx, int fd, unsigned long request, void *arg) {
-    auto *self = static_cast<TracingPlatform *>(ctx);
-    const int rc = self->base_.ioctl(self->base_.ctx, fd, request, arg);
+    TracingPlatform *self = g_tracer;
+    const int rc = self->base_.ioctl(ctx, fd, request, arg);
     if (self->out_ == nullptr || arg == nullptr) {
         return rc;
     }

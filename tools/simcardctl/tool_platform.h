@@ -13,6 +13,7 @@ class TracingPlatform {
 public:
     // base must outlive this object; trace lines go to out when it is set.
     TracingPlatform(const simcard_platform &base, FILE *out);
+    ~TracingPlatform();
     TracingPlatform(const TracingPlatform &) = delete;
     TracingPlatform &operator=(const TracingPlatform &) = delete;
 
