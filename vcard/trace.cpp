@@ -81,4 +81,20 @@ std::string describe(const TraceEntry &entry) {
     return text + " -> " + hex_bytes(sw, 2);
 }
 
+std::vector<std::string> describe_bytes(const TraceEntry &entry) {
+    if (entry.request != Request::Read && entry.request != Request::Write) {
+        return {};
+    }
+    std::vector<uint8_t> sent(entry.header.begin(), entry.header.end());
+    sent.insert(sent.end(), entry.data.begin(), entry.data.end());
+    std::vector<std::string> lines = {"> " + hex_bytes(sent.data(), sent.size())};
+    if (!entry.failed) {
+        std::vector<uint8_t> received(entry.response);
+        received.push_back(entry.sw1);
+        received.push_back(entry.sw2);
+        lines.push_back("< " + hex_bytes(received.data(), received.size()));
+    }
+    return lines;
+}
+
 }  // namespace simcard::vcard
