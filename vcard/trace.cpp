@@ -4,7 +4,6 @@
 #include "vcard/virtual_card.h"
 
 namespace simcard::vcard {
-namespace {
 
 std::string hex_bytes(const uint8_t *bytes, size_t n) {
     std::string text;
@@ -15,6 +14,8 @@ std::string hex_bytes(const uint8_t *bytes, size_t n) {
     }
     return text;
 }
+
+namespace {
 
 std::string command_name(const TraceEntry &e) {
     const auto &h = e.header;
