@@ -97,7 +97,8 @@ int run(const tool::Options &o) {
         virt = std::make_unique<vcard::VirtualPlatform>(*card, sandbox);
         if (!o.quiet) std::fprintf(stderr, "simcardctl: sandbox %s\n", sandbox.c_str());
     } else {
-        fs::create_directories(fs::path(kLockFile).parent_path());
+        std::error_code ec;  // a missing directory shows as the lock's own error
+        fs::create_directories(fs::path(kLockFile).parent_path(), ec);
         lock = std::make_unique<tool::Lock>(kLockFile);
     }
     check_holders(o);
@@ -136,8 +137,8 @@ int run(const tool::Options &o) {
     try {
         for (const auto &command : o.commands) session.run(command);
         session.finish();
-    } catch (const tool::Failure &e) {
-        failure = e.what();
+    } catch (const std::exception &e) {
+        failure = e.what();  // the image below still keeps what reached the card
     }
     console.pump();
     std::fflush(console.results());
