@@ -38,6 +38,20 @@ TEST_F(UpdateStatus, BitmapBitsFollowTheFileIdsFromSixF04) {
         EXPECT_EQ(dump + (set ? "Yes\n" : "No\n"), captured()) << std::hex << id;
     }
 
+    // What the card does not deliver stays as the caller had it.
+    std::fill(std::begin(status), std::end(status), 0xAA);
+    card.set_short_read(5);
+    ASSERT_EQ(0, hal_get_all_update_status(status));
+    EXPECT_EQ(0x00, status[21]);
+    EXPECT_EQ(0xAA, status[22]);
+    card.clear_faults();
+    card.set_pending_length(10);  // announces ten bytes only
+    std::fill(std::begin(status), std::end(status), 0xAA);
+    ASSERT_EQ(0, hal_get_all_update_status(status));
+    EXPECT_EQ(0x80, status[0]);
+    EXPECT_EQ(0x00, status[9]);
+    EXPECT_EQ(0xAA, status[10]);
+
     card.set_pending_length(0xFF);  // a hostile card announces more than the bitmap
     ASSERT_EQ(0, hal_get_all_update_status(status));
     EXPECT_EQ(0xAA, status[27]);                       // only the 27 bitmap bytes are taken

@@ -146,6 +146,35 @@ TEST_F(Records, BrokenRecordsAreRefusedAndKept) {
     }
 }
 
+// Each argument is checked where a step first needs it, in the steps' order.
+TEST_F(Records, MissingArgumentsFailWhereTheStepsNeedThem) {
+    char empty[1] = {};
+    char text[16] = R"(<P00="1">)";
+    capture();
+    EXPECT_EQ(0, _sim_combin_new_file_value(empty, "P00", "2", 0));
+    EXPECT_EQ(-1, _sim_combin_new_file_value(text, "P00", "2", 0));
+    EXPECT_EQ(-1, _sim_combin_new_file_value1(empty, "P00", "2", 0));
+    EXPECT_EQ(-1, _sim_combin_new_file_value(text, nullptr, "2", 16));
+    EXPECT_EQ(
+        "content length is 0\n"
+        "cant malloc mem to fill file data\n"
+        "cant malloc mem to fill file data\n"
+        "param is NULL\n",
+        captured());
+    EXPECT_STREQ(R"(<P00="1">)", text);
+
+    card.add_file(0x6F20, 40, R"(<P00="1">)");
+    capture();
+    EXPECT_EQ(0, write(0x6F20, nullptr, "FF"));
+    EXPECT_EQ("[hal] sim_card_write_param: value is FF,skip it\n", captured());
+    EXPECT_EQ(0u, card.count(ins::kSelect));
+    capture();
+    EXPECT_EQ(-1, write(0x6F20, nullptr, "2"));
+    EXPECT_EQ("param is NULL\n[hal] sim_card_write_param: sim_combin_new_file_value error\n",
+              captured());
+    EXPECT_EQ(R"(<P00="1">)", session_text());  // the file was loaded on the way
+}
+
 TEST_F(Records, RecordsGrowPastTheCardFileAndTheCardDecides) {
     card.add_file(0x6F20, 20, R"(<P00="1">)");
     const std::string value(300, 'w');

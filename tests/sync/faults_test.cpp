@@ -134,6 +134,7 @@ TEST_F(Faults, AValueTooLongForItsFileIsSentAndTheCardKeepsWhatFits) {
                               "[hal] hal_saveToSim write file 0x0000 error\n"
                               "[sal] simcard_syncData2Sim: file id 0x6f05 save to sim error\n"));
     EXPECT_EQ(3u, card.count(ins::kUpdateBinary));  // 6F05 twice, then 6F06
+    EXPECT_EQ(3u, card.count(ins::kReadBinary));    // each file read once, none after
     EXPECT_EQ("2", wf(0x6F05));
     EXPECT_EQ(200u, card.text(0x6F05).size());
     EXPECT_EQ("0", record(0x6F06, "P00"));
