@@ -276,14 +276,24 @@ TEST_F(Tool, RecordTextLongerThanItsCardFileIsRefused) {
 }
 
 // --force hands the value to the library; the card decides, and the tool
-// reports the file the library left unwritten with the library's words.
+// reports the file the library left unwritten with the library's words. The
+// card keeps the part it took: the next value for that file is refused until
+// the file is reset.
 TEST_F(Tool, ForcedValuesReachTheLibraryAndWhatItLeftIsNamed) {
-    const Result r = run({"--force", "set", kUrl, std::string(300, 'x'), "--", "sync"});
+    Result r = run({"--force", "set", kUrl, std::string(300, 'x'), "--", "sync"});
     EXPECT_EQ(1, r.status);
     EXPECT_TRUE(has(r.err, "file 6F05 (ManagementServer) was not written to the card:")) << r.err;
     EXPECT_TRUE(has(r.err, "  [sal] simcard_syncData2Sim: file id 0x6f05 save to sim error"))
         << r.err;
     EXPECT_FALSE(has(r.out, "synchronised")) << r.out;
+    EXPECT_EQ(std::string::npos, card_after().text(0x6F05).find('>')) << "a torn record";
+
+    r = run({"set", kUser, "bob"});
+    EXPECT_EQ(1, r.status);
+    EXPECT_TRUE(has(r.err, "the record text of card file 6F05 cannot be rewritten")) << r.err;
+    r = run({"card", "reset", "6F05", "--", "set", kUser, "bob"});
+    EXPECT_EQ(0, r.status) << r.err;
+    EXPECT_TRUE(has(card_after().text(0x6F05), "P01=\"bob\""));
 }
 
 // A record text the library cannot rewrite stops every synchronisation at

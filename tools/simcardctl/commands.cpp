@@ -327,9 +327,11 @@ void Session::first_online() {
 
 void Session::sync(bool automatic) {
     init();
+    const long log_from = log_size();
     const size_t mark = s_.console.mark();
     const int rc = simcard_syncData2Sim();
     const std::vector<std::string> printed = s_.console.since(mark);
+    const std::vector<std::string> logged = log_lines_since(log_from);
     // The library's lines per file: from its "is dirty" line to the next one.
     std::vector<std::pair<unsigned, std::vector<std::string>>> sections;
     for (const auto &line : printed) {
@@ -344,17 +346,28 @@ void Session::sync(bool automatic) {
     for (IXML_Node *file : model::dirty_files()) {
         const auto id = model::file_id(file);
         left.insert(id.value_or(0));
-        const std::vector<std::string> *lines = nullptr;
-        for (const auto &[sid, slines] : sections) {
-            if (id && sid == *id) lines = &slines;
+        const std::vector<std::string> *section = nullptr;
+        for (const auto &[sid, lines] : sections) {
+            if (id && sid == *id) section = &lines;
+        }
+        std::vector<std::string> lines = section ? *section : std::vector<std::string>();
+        // What names the file elsewhere: its element, or its id in the log.
+        char named[24] = "";
+        if (id) std::snprintf(named, sizeof named, "file id 0x%04x ", *id);
+        const std::string node = "node " + model::tag(file) + " ";
+        for (const auto &line : printed) {
+            if (line.find(node) != std::string::npos) lines.push_back(line);
+        }
+        for (const auto &line : logged) {
+            if (id && line.find(named) != std::string::npos) lines.push_back(line);
         }
         report += "\nfile " + model::describe_file(file) + " was not written to the card:";
-        report += lines ? indented(*lines, "(the library gave no reason)")
-                        : "\n  the synchronisation stopped before it";
-        if (lines && contains(*lines, "write param error")) {
-            report += "\n  hint: its record text on the card may be torn (card cat --hex " +
-                      file_name(id.value_or(0)) + "); card reset " + file_name(id.value_or(0)) +
-                      " puts back its factory contents";
+        report += section || !lines.empty() ? indented(lines, "(the library gave no reason)")
+                                            : "\n  the synchronisation stopped before it";
+        if (contains(lines, "write param error")) {
+            const std::string name = file_name(id.value_or(0));
+            report += "\n  hint: its record text on the card may be torn (card cat --hex " + name +
+                      "); card reset " + name + " puts back its factory contents";
         }
     }
     if (!left.empty() || rc != 0) {
