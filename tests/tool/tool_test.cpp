@@ -386,6 +386,10 @@ TEST_F(Tool, AFailedStartUpShowsTheLibrarysLinesAndAHint) {
     r = run({"--quiet", "card", "ls"});
     EXPECT_EQ(1, r.status);
     EXPECT_TRUE(has(r.err, "hint: the card has no operator directory 7F80")) << r.err;
+
+    r = exec({SIMCARDCTL, "--virtual", sandbox_.path("none.img"), "get", kUrl});
+    EXPECT_EQ(1, r.status);
+    EXPECT_TRUE(has(r.err, "cannot read card image " + sandbox_.path("none.img"))) << r.err;
 }
 
 // ---- the command line ---------------------------------------------------------

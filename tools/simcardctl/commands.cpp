@@ -57,14 +57,17 @@ bool contains(const std::vector<std::string> &lines, const char *text) {
 std::string startup_hint(const std::vector<std::string> &printed,
                          const std::vector<std::string> &logged, const std::string &config,
                          bool virtual_card) {
+    if (access(config.c_str(), R_OK) != 0) {
+        return "no configuration document at " + config +
+               (virtual_card ? ": give one with --config FILE" : "");
+    }
     if (contains(logged, "loadSimcardConfigxml failed")) {
-        if (access(config.c_str(), R_OK) != 0) {
-            return "no configuration document at " + config +
-                   (virtual_card ? ": give one with --config FILE" : "");
-        }
         return "the configuration document " + config + " does not load (code in the log)";
     }
-    if (contains(logged, "sim_card_init failed")) return kNoDevice;
+    if (contains(logged, "sim_card_init failed") ||
+        contains(printed, "open " SIMCARD_PATH_DEVICE)) {
+        return kNoDevice;
+    }
     if (contains(printed, "more than three times")) return kOffline;
     if (contains(printed, "not CT sim card")) return kNoDirectory;
     if (contains(printed, "update status"))
@@ -158,7 +161,11 @@ void Session::not_started(const std::string &what, size_t mark, const char *know
     if (s_.console.quiet() && !printed.empty()) {
         text += "\nthe library printed:" + indented(printed);
     }
-    text += "\nthe library's log " + s_.log + " gained:" + indented(logged, "(nothing)");
+    if (access(s_.log.c_str(), F_OK) != 0) {
+        text += "\nthe library's log " + s_.log + " is missing: the library cannot write it";
+    } else {
+        text += "\nthe library's log " + s_.log + " gained:" + indented(logged, "(nothing)");
+    }
     const std::string hint =
         known != nullptr ? known : startup_hint(printed, logged, s_.config, s_.virtual_card);
     if (!hint.empty()) text += "\nhint: " + hint;
