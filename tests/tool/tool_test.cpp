@@ -2,21 +2,21 @@
 // configuration document, standard output, standard error and an exit status.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "simcard.h"
@@ -41,15 +41,8 @@ struct Result {
     std::string err;
 };
 
-std::string slurp(int fd) {
-    std::string text;
-    std::array<char, 4096> buf;
-    ssize_t n;
-    while ((n = read(fd, buf.data(), buf.size())) > 0) {
-        text.append(buf.data(), static_cast<size_t>(n));
-    }
-    return text;
-}
+// Called with what a process wrote so far, each time it writes more.
+using Watch = std::function<void(const Result &)>;
 
 std::string file_text(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
@@ -104,14 +97,16 @@ protected:
     }
 
     // Runs simcardctl on the copy of the sample image with the sample document.
-    Result run(std::vector<std::string> args, std::vector<std::string> env = {}) {
+    Result run(std::vector<std::string> args, std::vector<std::string> env = {},
+               const Watch &watch = nullptr) {
         std::vector<std::string> argv = {SIMCARDCTL, "--virtual", image_, "--config", config_};
         argv.insert(argv.end(), args.begin(), args.end());
-        return exec(argv, env);
+        return exec(argv, env, watch);
     }
 
     // env: "NAME=value" entries added to the tool's environment.
-    static Result exec(const std::vector<std::string> &argv, std::vector<std::string> env = {}) {
+    static Result exec(const std::vector<std::string> &argv, std::vector<std::string> env = {},
+                       const Watch &watch = nullptr) {
         int out[2];
         int err[2];
         if (pipe(out) != 0 || pipe(err) != 0) {
@@ -134,11 +129,24 @@ protected:
         close(out[1]);
         close(err[1]);
         Result r;
-        // Standard error is small; read it after standard output.
-        r.out = slurp(out[0]);
-        r.err = slurp(err[0]);
-        close(out[0]);
-        close(err[0]);
+        pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
+        std::string *text[2] = {&r.out, &r.err};
+        for (int open = 2; open > 0;) {
+            poll(fds, 2, -1);
+            for (int i = 0; i < 2; ++i) {
+                if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+                std::array<char, 4096> buf;
+                const ssize_t n = read(fds[i].fd, buf.data(), buf.size());
+                if (n <= 0) {
+                    close(fds[i].fd);
+                    fds[i].fd = -1;
+                    --open;
+                    continue;
+                }
+                text[i]->append(buf.data(), static_cast<size_t>(n));
+                if (watch) watch(r);
+            }
+        }
         int status = 0;
         waitpid(pid, &status, 0);
         r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -586,18 +594,20 @@ TEST_F(Tool, ChangesAreRefusedWhileAnotherProcessHoldsTheDevice) {
     EXPECT_EQ(0, r.status) << r.err;
 }
 
+// The other invocation holds the image's lock until this one says it waits;
+// by then this one has printed no result.
 TEST_F(Tool, InvocationsWaitForEachOther) {
     Helper other([&] { flock(open(image_.c_str(), O_RDONLY), LOCK_EX); });
-    const auto start = std::chrono::steady_clock::now();
-    std::thread release([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    bool released = false;
+    const Result r = run({"get", kUrl}, {}, [&](const Result &so_far) {
+        if (released || !has(so_far.err, "simcardctl: waiting for another simcardctl")) return;
+        EXPECT_TRUE(so_far.out.empty()) << so_far.out;
         other.stop();
+        released = true;
     });
-    const Result r = run({"get", kUrl});
-    release.join();
+    EXPECT_TRUE(released) << r.err;
     EXPECT_EQ(0, r.status) << r.err;
-    EXPECT_TRUE(has(r.err, "simcardctl: waiting for another simcardctl")) << r.err;
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
+    EXPECT_EQ(kUrl + " = http://itms.example.net:9090/ACS\n", r.out);
 }
 
 // ---- the other commands ------------------------------------------------------

@@ -14,8 +14,10 @@
 namespace simcard::tool {
 namespace {
 
-constexpr uint16_t kOperatorDir = 0x7F80;
-constexpr uint16_t kVlanFile = 0x6F90;
+using model::file_name;
+using model::kOperatorDir;
+using model::kVlanFile;
+
 // The library's value buffers: a set's card value and a VLAN record.
 constexpr size_t kCardValue = 256;
 constexpr size_t kVlanRecord = 512;
@@ -24,12 +26,6 @@ constexpr int kVlanRead = 64;
 using Writes = std::vector<std::pair<std::string, std::string>>;
 
 std::string quoted(const std::string &text) { return "\"" + brief(text) + "\""; }
-
-std::string file_name(uint16_t id) {
-    char text[8];
-    std::snprintf(text, sizeof text, "%04X", id);
-    return text;
-}
 
 // The file's record text on the card and its size.
 std::optional<std::pair<std::string, int>> card_text(uint16_t id) {

@@ -22,11 +22,12 @@ namespace simcard::tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using model::file_name;
+using model::kFirstFile;
+using model::kLastFile;
+using model::kOperatorDir;
+using model::kVlanFile;
 
-constexpr unsigned short kOperatorDir = 0x7F80;
-constexpr unsigned kFirstFile = 0x6F02;
-constexpr unsigned kLastFile = 0x6FDA;
-constexpr unsigned short kVlanFile = 0x6F90;
 constexpr size_t kStatusBytes = 27;
 
 const char *const kUnchecked = " (--force passes it on unchecked)";
@@ -35,12 +36,6 @@ const char *const kNoDevice = "the card device " SIMCARD_PATH_DEVICE
 const char *const kOffline = "the card is offline: is a configuration card inserted?";
 const char *const kNoDirectory =
     "the card has no operator directory 7F80: it is no configuration card";
-
-std::string file_name(unsigned id) {
-    char text[8];
-    std::snprintf(text, sizeof text, "%04X", id);
-    return text;
-}
 
 unsigned short parse_file_id(const std::string &text) {
     return static_cast<unsigned short>(std::strtoul(text.c_str(), nullptr, 16));
@@ -97,8 +92,6 @@ std::optional<unsigned> dirty_marker(const std::string &line) {
 }
 
 void print_json(FILE *out, const Json &json) { std::fprintf(out, "%s\n", json.dump(2).c_str()); }
-
-std::string json_text(const char *text) { return utf8(text != nullptr ? text : ""); }
 
 }  // namespace
 
@@ -244,19 +237,21 @@ void Session::set(const std::string &path, const std::string &value) {
     s_.console.pump();
     // The VLAN record as the set will write it, read before the set.
     const std::optional<std::string> record = vlan ? vlan_record_after(*vlan, value) : std::nullopt;
-    std::optional<std::string> why;
-    if (param != nullptr) {
-        why = check_value(param, value);
-    } else if (vlan) {
-        why = record ? check_vlan_value(*vlan, value, *record)
-                     : std::optional<std::string>("card file 6F90 cannot be read");
-    } else {
-        why = "the document has no parameter with this path";
-    }
-    s_.console.drop();  // the checks' reads and trial rewrites
-    if (why && !s_.force) {
-        throw Failure("cannot set " + printable(path) + " to \"" + printable(value) +
-                      "\": " + *why + kUnchecked);
+    if (!s_.force) {
+        std::optional<std::string> why;
+        if (param != nullptr) {
+            why = check_value(param, value);
+        } else if (vlan) {
+            why = record ? check_vlan_value(*vlan, value, *record)
+                         : std::optional<std::string>("card file 6F90 cannot be read");
+        } else {
+            why = "the document has no parameter with this path";
+        }
+        s_.console.drop();  // the checks' reads and trial rewrites
+        if (why) {
+            throw Failure("cannot set " + printable(path) + " to \"" + brief(value) +
+                          "\": " + *why + kUnchecked);
+        }
     }
     const size_t mark = s_.console.mark();
     if (simcard_setParamValueByUri(path.c_str(), value.c_str()) != 0) {
@@ -358,13 +353,14 @@ void Session::sync(bool automatic) {
             if (id && sid == *id) section = &lines;
         }
         std::vector<std::string> lines = section ? *section : std::vector<std::string>();
-        // What names the file elsewhere: its element, or its id in the log.
-        char named[24] = "";
-        if (id) std::snprintf(named, sizeof named, "file id 0x%04x ", *id);
+        // Without an id of its own the library names the element; the log
+        // names the id.
         const std::string node = "node " + model::tag(file) + " ";
         for (const auto &line : printed) {
-            if (line.find(node) != std::string::npos) lines.push_back(line);
+            if (!section && line.find(node) != std::string::npos) lines.push_back(line);
         }
+        char named[24] = "";
+        if (id) std::snprintf(named, sizeof named, "file id 0x%04x ", *id);
         for (const auto &line : logged) {
             if (id && line.find(named) != std::string::npos) lines.push_back(line);
         }
@@ -415,13 +411,13 @@ void Session::restore() {
     if (rc != 0 || contains(logged, "sim_card_factory_reset failed")) {
         throw Failure("the local restore failed" + indented(printed) + indented(logged));
     }
+    constexpr std::string_view kReset = "fileid=0x";  // "fileid=0x6f05 sim_card_factory_reset!"
     std::string files;
     for (const auto &line : logged) {
-        const size_t at = line.find("fileid=0x");
+        const size_t at = line.find(kReset);
         if (at != std::string::npos && line.find("sim_card_factory_reset!") != std::string::npos) {
-            files +=
-                " " +
-                file_name(static_cast<unsigned>(std::strtoul(line.c_str() + at + 9, nullptr, 16)));
+            const char *id = line.c_str() + at + kReset.size();
+            files += " " + file_name(static_cast<unsigned>(std::strtoul(id, nullptr, 16)));
         }
     }
     std::fprintf(s_.out, "restored to factory contents:%s\n",
@@ -462,7 +458,7 @@ void Session::tree(bool json) {
                                 {"name", utf8(name)},
                                 {"rw", utf8(rw.value_or(""))},
                                 {"path", utf8(uri)},
-                                {"value", value ? Json(json_text(value)) : Json(nullptr)}});
+                                {"value", value ? Json(utf8(value)) : Json(nullptr)}});
                 continue;
             }
             std::fprintf(s_.out, "%-4s  %-4s  %-3s  %-70s  %s\n", printable(id).c_str(),
@@ -504,7 +500,8 @@ void Session::card_ls(bool json) {
                             {"size", size},
                             {"updated", bit < 0 ? Json(nullptr) : Json(bit == 1)}});
         } else {
-            std::fprintf(s_.out, "%04X  %5d  %s\n", id, size, bit < 0 ? "-" : (bit ? "yes" : "no"));
+            std::fprintf(s_.out, "%s  %5d  %s\n", file_name(id).c_str(), size,
+                         bit < 0 ? "-" : (bit ? "yes" : "no"));
         }
     }
     if (json) print_json(s_.out, rows);

@@ -57,10 +57,15 @@ std::optional<uint16_t> file_id(IXML_Node *file) {
     return static_cast<uint16_t>(id);
 }
 
+std::string file_name(unsigned id) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%04X", id);
+    return text;
+}
+
 std::string describe_file(IXML_Node *file) {
-    char id[8] = "?";
-    if (const auto n = file_id(file)) std::snprintf(id, sizeof id, "%04X", *n);
-    return std::string(id) + " (" + tag(file) + ")";
+    const auto id = file_id(file);
+    return (id ? file_name(*id) : "?") + " (" + tag(file) + ")";
 }
 
 bool dirty(IXML_Node *file) {

@@ -12,6 +12,15 @@
 
 namespace simcard::tool::model {
 
+constexpr uint16_t kOperatorDir = 0x7F80;  // every configuration file is in it
+constexpr uint16_t kVlanFile = 0x6F90;
+// The ids a configuration file can have.
+constexpr unsigned kFirstFile = 0x6F02;
+constexpr unsigned kLastFile = 0x6FDA;
+
+// A card file id as the document and the card's tools write it: "6F05".
+std::string file_name(unsigned id);
+
 // The attribute's text; none when absent.
 std::optional<std::string> attr(IXML_Node *node, const char *name);
 std::string attr_or(IXML_Node *node, const char *name, const std::string &fallback = {});

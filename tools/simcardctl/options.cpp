@@ -5,6 +5,8 @@
 #include <cctype>
 #include <cstdlib>
 
+#include "tools/simcardctl/model.h"
+
 namespace simcard::tool {
 
 const char *const kHelp =
@@ -185,7 +187,8 @@ long positive(const std::string &text, const char *what) {
 void check_file_id(const std::string &text) {
     char *end = nullptr;
     const long id = std::strtol(text.c_str(), &end, 16);
-    if (text.empty() || *end != '\0' || id < 0x6F02 || id > 0x6FDA) {
+    if (text.empty() || *end != '\0' || id < static_cast<long>(model::kFirstFile) ||
+        id > static_cast<long>(model::kLastFile)) {
         throw UsageError("card file id must be hexadecimal, 6F02 to 6FDA, not \"" + text + "\"");
     }
 }
