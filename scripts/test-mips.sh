@@ -56,7 +56,7 @@ rm -rf "$stage"
 cp -a "$sysroot" "$stage"
 cmake -S . -B build-mipsel-pkg -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/mipsel-linux-gnu.cmake \
     -DCMAKE_BUILD_TYPE=MinSizeRel -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR=lib \
-    -DSIMCARD_BUILD_TESTS=OFF -DSIMCARD_BUILD_BENCH=OFF >/dev/null
+    -DBUILD_TESTING=OFF >/dev/null
 cmake --build build-mipsel-pkg -j"$jobs" >/dev/null
 DESTDIR=$stage cmake --install build-mipsel-pkg >/dev/null
 for f in usr/lib/libsimcard.so usr/include/simcard.h usr/lib/pkgconfig/libsimcard.pc; do
