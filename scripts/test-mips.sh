@@ -38,12 +38,12 @@ cmake --build build-mipsel -j"$jobs"
 lap "mipsel build"
 
 echo "== mipsel: tests under qemu-mipsel"
-# simcardctl's tests start the tool with fork and exec; qemu-user follows an
-# exec into a MIPS program only where the kernel knows MIPS programs
-# (binfmt_misc), which CI lacks. They run in the host builds.
+# The tests of simcardctl and of the example program start them with fork and
+# exec; qemu-user follows an exec into a MIPS program only where the kernel
+# knows MIPS programs (binfmt_misc), which CI lacks. They run in the host builds.
 skip=""
 if [ ! -e /proc/sys/fs/binfmt_misc/qemu-mipsel ]; then
-    skip='^tool\.'
+    skip='^(tool|example)\.'
 fi
 (cd build-mipsel && ctest --output-on-failure -j"$jobs" ${skip:+-E "$skip"})
 lap "mipsel tests"
