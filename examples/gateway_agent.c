@@ -17,11 +17,10 @@
  *   cc -o gateway_agent gateway_agent.c $(pkg-config --cflags --libs libsimcard)
  */
 #include <getopt.h>
+#include <simcard.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-
-#include <simcard.h>
 
 #define WAN_DEVICES "InternetGatewayDevice.WANDevice.1.WANConnectionDevice."
 

@@ -1,10 +1,9 @@
 /* A gateway program built against the installed library alone: it starts
  * the library and walks the configuration tree with IXML itself. */
-#include <stdio.h>
-#include <string.h>
-
 #include <ixml.h>
 #include <simcard.h>
+#include <stdio.h>
+#include <string.h>
 
 int main(void) {
     IXML_Node *node;

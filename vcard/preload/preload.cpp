@@ -111,8 +111,7 @@ Preload::Preload() {
     // ioctl wrapped.
     table_ = *platform_->table();
     table_.ioctl = traced_ioctl;
-    std::fprintf(stderr, "%s: card image %s, sandbox %s\n", kName, image_.c_str(),
-                 sandbox.c_str());
+    std::fprintf(stderr, "%s: card image %s, sandbox %s\n", kName, image_.c_str(), sandbox.c_str());
 }
 
 int Preload::traced_ioctl(void *ctx, int fd, unsigned long request, void *arg) {
