@@ -62,7 +62,7 @@ public:
     const simcard_platform *table() const { return &table_; }
 
 private:
-    static int traced_ioctl(void *ctx, int fd, unsigned long request, void *arg);
+    static int forward_ioctl(void *ctx, int fd, unsigned long request, void *arg);
     void after_command();
     void save_if_changed();
 
@@ -110,11 +110,11 @@ Preload::Preload() {
     // Every entry of the virtual platform, whatever the seam holds, with the
     // ioctl wrapped.
     table_ = *platform_->table();
-    table_.ioctl = traced_ioctl;
+    table_.ioctl = forward_ioctl;
     std::fprintf(stderr, "%s: card image %s, sandbox %s\n", kName, image_.c_str(), sandbox.c_str());
 }
 
-int Preload::traced_ioctl(void *ctx, int fd, unsigned long request, void *arg) {
+int Preload::forward_ioctl(void *ctx, int fd, unsigned long request, void *arg) {
     const int rc = g_preload->platform_->table()->ioctl(ctx, fd, request, arg);
     g_preload->after_command();
     return rc;
