@@ -15,7 +15,7 @@
 # The programs run on a copy of the sample card through the installed
 # libsimcard-virtual.so.
 #
-# Usage: install_test.sh STEP SOURCE_DIR WORK_DIR   (CC, CMAKE, CMAKE_GENERATOR,
+# Usage: install_test.sh STEP SOURCE_DIR WORK_DIR   (CC, CXX, CMAKE, CMAKE_GENERATOR,
 #        CMAKE_BUILD_TYPE from the environment)
 set -eu
 step=$1
@@ -54,6 +54,11 @@ configure)
 install)
     "$cmake" --build "$work/build" --parallel 2
     "$cmake" --install "$work/build"
+    # Firmware images get the virtual card only when asked for.
+    if [ -e "$prefix/lib/libsimcard-virtual.so" ]; then
+        echo "libsimcard-virtual.so installed without its component" >&2
+        exit 1
+    fi
     "$cmake" --install "$work/build" --component virtual-card
     for f in lib/libsimcard.so lib/libsimcard.so.1 lib/libsimcard-virtual.so include/simcard.h \
         lib/pkgconfig/libsimcard.pc lib/cmake/libsimcard/libsimcardConfig.cmake bin/simcardctl; do
