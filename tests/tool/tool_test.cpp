@@ -2,7 +2,6 @@
 // configuration document, standard output, standard error and an exit status.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
@@ -20,6 +18,7 @@
 #include <vector>
 
 #include "simcard.h"
+#include "tests/support/process.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
 
@@ -35,14 +34,7 @@ const std::string kUser = kServer + "Username";
 const std::string kDevices = kIgd + "WANDevice.1.WANConnectionDevice.";
 const std::string kTry = "Try 'simcardctl --help' for more information.\n";
 
-struct Result {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-// Called with what a process wrote so far, each time it writes more.
-using Watch = std::function<void(const Result &)>;
+using Result = simcard::testing::ProcessResult;
 
 std::string file_text(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
@@ -97,60 +89,19 @@ protected:
     }
 
     // Runs simcardctl on the copy of the sample image with the sample document.
-    Result run(std::vector<std::string> args, std::vector<std::string> env = {},
-               const Watch &watch = nullptr) {
+    std::vector<std::string> with_card(const std::vector<std::string> &args) const {
         std::vector<std::string> argv = {SIMCARDCTL, "--virtual", image_, "--config", config_};
         argv.insert(argv.end(), args.begin(), args.end());
-        return exec(argv, env, watch);
+        return argv;
+    }
+    Result run(const std::vector<std::string> &args, const std::vector<std::string> &env = {}) {
+        return exec(with_card(args), env);
     }
 
     // env: "NAME=value" entries added to the tool's environment.
-    static Result exec(const std::vector<std::string> &argv, std::vector<std::string> env = {},
-                       const Watch &watch = nullptr) {
-        int out[2];
-        int err[2];
-        if (pipe(out) != 0 || pipe(err) != 0) {
-            ADD_FAILURE() << "pipe";
-            return {};
-        }
-        const pid_t pid = fork();
-        if (pid == 0) {
-            dup2(out[1], STDOUT_FILENO);
-            dup2(err[1], STDERR_FILENO);
-            close(out[0]);
-            close(err[0]);
-            for (auto &e : env) putenv(e.data());
-            std::vector<char *> cargv;
-            for (const auto &a : argv) cargv.push_back(const_cast<char *>(a.c_str()));
-            cargv.push_back(nullptr);
-            execv(cargv[0], cargv.data());
-            _exit(127);
-        }
-        close(out[1]);
-        close(err[1]);
-        Result r;
-        pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
-        std::string *text[2] = {&r.out, &r.err};
-        for (int open = 2; open > 0;) {
-            poll(fds, 2, -1);
-            for (int i = 0; i < 2; ++i) {
-                if (fds[i].fd < 0 || fds[i].revents == 0) continue;
-                std::array<char, 4096> buf;
-                const ssize_t n = read(fds[i].fd, buf.data(), buf.size());
-                if (n <= 0) {
-                    close(fds[i].fd);
-                    fds[i].fd = -1;
-                    --open;
-                    continue;
-                }
-                text[i]->append(buf.data(), static_cast<size_t>(n));
-                if (watch) watch(r);
-            }
-        }
-        int status = 0;
-        waitpid(pid, &status, 0);
-        r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return r;
+    static Result exec(const std::vector<std::string> &argv,
+                       const std::vector<std::string> &env = {}) {
+        return simcard::testing::run(argv, env);
     }
 
     // A shell command's standard output.
@@ -598,14 +549,11 @@ TEST_F(Tool, ChangesAreRefusedWhileAnotherProcessHoldsTheDevice) {
 // by then this one has printed no result.
 TEST_F(Tool, InvocationsWaitForEachOther) {
     Helper other([&] { flock(open(image_.c_str(), O_RDONLY), LOCK_EX); });
-    bool released = false;
-    const Result r = run({"get", kUrl}, {}, [&](const Result &so_far) {
-        if (released || !has(so_far.err, "simcardctl: waiting for another simcardctl")) return;
-        EXPECT_TRUE(so_far.out.empty()) << so_far.out;
-        other.stop();
-        released = true;
-    });
-    EXPECT_TRUE(released) << r.err;
+    simcard::testing::Process tool(with_card({"get", kUrl}));
+    ASSERT_TRUE(tool.read_err_until("simcardctl: waiting for another simcardctl"));
+    EXPECT_TRUE(tool.so_far().out.empty()) << tool.so_far().out;
+    other.stop();
+    const Result r = tool.finish();
     EXPECT_EQ(0, r.status) << r.err;
     EXPECT_EQ(kUrl + " = http://itms.example.net:9090/ACS\n", r.out);
 }

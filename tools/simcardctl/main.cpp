@@ -84,16 +84,7 @@ int run(const tool::Options &o) {
         }
         before = image_text(*card);
         const std::string sandbox = o.sandbox ? *o.sandbox : *o.image + ".d";
-        for (const char *dir : {"etc", "logs", "tmp"}) {
-            fs::create_directories(fs::path(sandbox) / dir);
-        }
-        if (o.config) {
-            if (!fs::is_regular_file(*o.config)) {
-                throw tool::Failure("cannot read configuration document " + *o.config);
-            }
-            fs::copy_file(*o.config, fs::path(sandbox) / "etc/simcardconfig.xml",
-                          fs::copy_options::overwrite_existing);
-        }
+        vcard::prepare_sandbox(sandbox, o.config.value_or(""));
         virt = std::make_unique<vcard::VirtualPlatform>(*card, sandbox);
         if (!o.quiet) std::fprintf(stderr, "simcardctl: sandbox %s\n", sandbox.c_str());
     } else {

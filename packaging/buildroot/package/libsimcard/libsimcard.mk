@@ -14,8 +14,6 @@ LIBSIMCARD_LICENSE = Proprietary
 LIBSIMCARD_INSTALL_STAGING = YES
 # json-for-modern-cpp: simcardctl's JSON output (headers only).
 LIBSIMCARD_DEPENDENCIES = libupnp openssl json-for-modern-cpp
-LIBSIMCARD_CONF_OPTS = \
-	-DSIMCARD_BUILD_TESTS=OFF \
-	-DSIMCARD_BUILD_BENCH=OFF
+# cmake-package configures with BUILD_TESTING=OFF: no tests, no benchmarks.
 
 $(eval $(cmake-package))
