@@ -10,8 +10,11 @@
 // The log is written as on the gateway (one line per get); it is emptied
 // between timed runs.
 //
-// With --instructions the program runs itself under callgrind and prints the
-// instructions per get instead (instructions.cpp).
+// Instead of timing:
+//   --instructions   runs itself under callgrind and prints the instructions
+//                    per cached get, by plain walk and by the library
+//   --traffic        prints the card-traffic table of the sample card
+//                    (card_traffic.h)
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -19,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/card_traffic.h"
 #include "bench/world.h"
 #include "sal/param_index.h"
 #include "sal/xml.h"
@@ -127,6 +131,9 @@ BENCHMARK_TEMPLATE(LookupSweep, sal::first_param_with_uri_walk)->Unit(benchmark:
 int main(int argc, char **argv) {
     if (argc == 2 && std::strcmp(argv[1], "--instructions") == 0) {
         return bench::print_instructions(argv[0]);
+    }
+    if (argc == 2 && std::strcmp(argv[1], "--traffic") == 0) {
+        return bench::print_traffic_table(stdout, bench::install) ? 0 : 1;
     }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {

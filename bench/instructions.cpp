@@ -181,7 +181,7 @@ int print_instructions(const char *argv0) {
         }
         std::printf("%-16s %12.0f %12.0f %8.1f\n", c.label, per_walk, per_get, per_walk / per_get);
     }
-    std::printf("worst single get by the library: %.0f\n", worst);
+    std::printf("worst of the single-path gets by the library: %.0f\n", worst);
     std::printf(
         "plain walk: the lookup alone; library: the whole simcard_getParamValueByUri,"
         " log line included\n");

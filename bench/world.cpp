@@ -15,13 +15,15 @@ extern "C" const simcard_platform *simcard_platform_override(void) { return g_ta
 
 namespace simcard::bench {
 
+void install(const simcard_platform *table) { g_table = table; }
+
 World &World::get() {
     static World world;
     return world;
 }
 
 World::World() : platform_(card_, sandbox_.path()), generated_(generate(card_)) {
-    g_table = platform_.table();
+    install(platform_.table());
     sandbox_.write_file(SIMCARD_PATH_CONFIG, generated_.document);
     clear_log();
     std::fflush(stdout);

@@ -36,6 +36,9 @@ private:
     std::vector<IXML_Node *> files_;
 };
 
+// Makes `table` the one the library uses (null: the real system).
+void install(const simcard_platform *table);
+
 // Runs this program (argv0) under callgrind and prints the instructions per
 // cached get, by plain walk and by the library; 0 when every figure came.
 int print_instructions(const char *argv0);
