@@ -234,9 +234,7 @@ Run run_scenario(const Scenario &scenario, Install install, const Look &before) 
     vcard::VirtualCard card;
     card.load_image_file(sample("card.img"));
     vcard::VirtualPlatform platform(card, sandbox.path());
-    sandbox.make_dirs("/etc");
-    std::filesystem::copy_file(sample("simcardconfig.xml"), sandbox.path(SIMCARD_PATH_CONFIG));
-    sandbox.write_file(SIMCARD_PATH_LOG, "");
+    vcard::prepare_sandbox(sandbox.path(), sample("simcardconfig.xml"));
     const Session session(install, platform.table());
     if (scenario.started && simcard_init() != 0) {
         throw std::runtime_error("start-up failed");
