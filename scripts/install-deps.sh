@@ -5,7 +5,7 @@ set -eu
 
 # nlohmann-json3-dev: simcardctl's JSON output; tshark: its tests decode the
 # tool's pcap traces.
-PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format nlohmann-json3-dev tshark"
+PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind clang-format nlohmann-json3-dev tshark"
 if [ $# -gt 0 ]; then
     PACKAGES="$*"
 fi
