@@ -12,13 +12,10 @@
 
 namespace {
 
-using simcard::fuzz::Bench;
 using simcard::fuzz::Session;
 namespace xml = simcard::sal::xml;
 
 constexpr size_t kMaxPaths = 64;
-
-const Bench *bench = nullptr;
 
 // The "uri" of every element below the root's children, in document order;
 // copied, since the gets change the tree.
@@ -44,16 +41,10 @@ extern "C" const char *__lsan_default_suppressions() {
     return "leak:ixmlDocument_createTextNodeEx\n";
 }
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    simcard::fuzz::silence_stdout();
-    static const Bench process_bench;
-    bench = &process_bench;
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    bench->write_document(std::string_view(reinterpret_cast<const char *>(data), size));
-    Session session(bench->sample_card(), bench->root());
+    const simcard::fuzz::Bench &bench = simcard::fuzz::bench();
+    bench.write_document(std::string_view(reinterpret_cast<const char *>(data), size));
+    Session session(bench.sample_card(), bench.root());
     session.install();
     if (simcard_init() != 0) {
         return 0;

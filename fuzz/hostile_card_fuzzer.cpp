@@ -15,15 +15,12 @@
 
 namespace {
 
-using simcard::fuzz::Bench;
 using simcard::fuzz::Session;
 
 // A command that hands over an answer without asking for a length (SELECT,
 // the authentication challenge) gets at most this much: the room the
 // interface promises for a select answer.
 constexpr size_t kUnaskedAnswerMax = 128;
-
-const Bench *bench = nullptr;
 
 // How one request is answered. The honest card takes half of the choices, so
 // that runs get deep before something goes wrong.
@@ -134,16 +131,9 @@ void session_of_a_gateway() {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    simcard::fuzz::silence_stdout();
-    static const Bench process_bench;
-    bench = &process_bench;
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzedDataProvider in(data, size);
-    Session session(bench->sample_card(), bench->root());
+    Session session(simcard::fuzz::bench().sample_card(), simcard::fuzz::bench().root());
     Driver driver{in, session.platform};
     driver_in_use = &driver;
     session.table.ioctl = hostile_ioctl;

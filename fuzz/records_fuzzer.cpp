@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "fuzz/support.h"
@@ -14,14 +13,12 @@
 
 namespace {
 
-using simcard::fuzz::Bench;
+using simcard::fuzz::Buffer;
 using simcard::fuzz::Session;
 
 constexpr unsigned short kDir = 0x7F80;
 constexpr unsigned short kPlainFile = 0x6F10;
 constexpr unsigned short kRebuiltFile = 0x6F02;  // rewritten without being read first
-
-const Bench *bench = nullptr;
 
 // A new length must describe the text: "<" at the start, ">" at the end, and
 // the terminator right after it.
@@ -32,43 +29,26 @@ void check_result(int result, const char *content) {
     }
 }
 
-// A heap buffer of exactly `size` bytes, so that the sanitizer sees any step
-// past it, holding as much of the text as fits.
-std::unique_ptr<char[]> buffer_with(const std::string &text, size_t size) {
-    std::unique_ptr<char[]> buf(new char[size]());
-    std::memcpy(buf.get(), text.data(), std::min(text.size(), size));
-    return buf;
-}
-
 void combine(const std::string &text, const char *name, const char *value, size_t size) {
-    auto content = buffer_with(text, size);
+    Buffer content(size, text);
     int result = _sim_combin_new_file_value(content.get(), name, value, static_cast<int>(size));
     check_result(result, content.get());
     if (result == 0) {
         result = _sim_combin_new_file_value1(content.get(), name, value, static_cast<int>(size));
         check_result(result, content.get());
     }
-    auto appended = buffer_with(text, size);
+    Buffer appended(size, text);
     check_result(_sim_combin_new_file_value1(appended.get(), name, value, static_cast<int>(size)),
                  appended.get());
 }
 
 void read_into(unsigned short file, const char *name, unsigned short len) {
-    std::unique_ptr<char[]> dest(new char[len > 0 ? len : 1]());
+    Buffer dest(len);
     sim_card_read_param(kDir, file, name, len > 0 ? dest.get() : nullptr, len);
-    if (len > 0 && strnlen(dest.get(), len) == len) {
-        __builtin_trap();  // the copy must end in a terminator inside dest
-    }
+    dest.text();  // the copy ends in a terminator inside dest
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    simcard::fuzz::silence_stdout();
-    static const Bench process_bench;
-    bench = &process_bench;
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzedDataProvider in(data, size);
@@ -85,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     combine(text, name.c_str(), "FF", buffer_size);
 
     static const simcard::vcard::VirtualCard blank;
-    Session session(blank, bench->root());
+    Session session(blank, simcard::fuzz::bench().root());
     const unsigned short file = rebuilt ? kRebuiltFile : kPlainFile;
     const size_t file_size = std::min<size_t>(text.size() + room, 0xFFFF);
     session.card.add_file(file, file_size, std::string_view(text).substr(0, file_size));

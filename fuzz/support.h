@@ -1,9 +1,11 @@
 // What every fuzz target shares: a sandbox with the sample document, the
-// sample card, and one library session per input that starts and ends with
-// the library's state as at load.
+// sample card, one library session per input that starts and ends with the
+// library's state as at load, and buffers of exact sizes.
 #ifndef SIMCARD_FUZZ_SUPPORT_H
 #define SIMCARD_FUZZ_SUPPORT_H
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -13,12 +15,8 @@
 
 namespace simcard::fuzz {
 
-// The library prints on every failure; libFuzzer's own lines would drown.
-// FUZZ_STDOUT=1 keeps them, for looking at one input.
-void silence_stdout();
-
 // A sandbox standing for "/" that holds the sample document as the
-// configuration document, and the sample card, loaded once per process.
+// configuration document, and the sample card.
 class Bench {
 public:
     Bench();
@@ -29,19 +27,18 @@ public:
     const vcard::VirtualCard &sample_card() const { return sample_card_; }
     // Replaces the configuration document.
     void write_document(std::string_view text) const;
-    // Puts the sample document back.
-    void restore_document() const;
 
 private:
     vcard::ScopedSandbox sandbox_;
     vcard::VirtualCard sample_card_;
-    std::string sample_document_;
 };
+
+// The process's bench, made on first use.
+const Bench &bench();
 
 // One input's session: a card, the platform over it (without a log, so that
 // millions of runs neither fill the disk nor wait for it), installed under
-// the library.
-// The library's state is reset on construction and destruction.
+// the library. The library's state is reset on construction and destruction.
 class Session {
 public:
     Session(const vcard::VirtualCard &card, const std::string &root);
@@ -55,6 +52,22 @@ public:
     simcard_platform table;
 
     void install() const;
+};
+
+// A heap buffer of exactly `size` bytes (at least 1), so that the sanitizer
+// sees any step past it, holding the start of `text` and zeros after it.
+class Buffer {
+public:
+    explicit Buffer(size_t size, std::string_view text = {});
+
+    char *get() { return data_.get(); }
+    size_t size() const { return size_; }
+    // The text up to its terminator; traps when the buffer holds none.
+    std::string text() const;
+
+private:
+    size_t size_;
+    std::unique_ptr<char[]> data_;
 };
 
 }  // namespace simcard::fuzz

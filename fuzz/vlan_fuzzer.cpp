@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -15,20 +14,12 @@
 
 namespace {
 
+using simcard::fuzz::Buffer;
+
 // What the callers hand over: zeroed 512-byte buffers.
 constexpr size_t kValueSize = 512;
 constexpr size_t kEntriesLookedAt = 8;
 constexpr size_t kEntrySlot = 39;  // an entry is kept in a 40-byte slot
-
-struct Out {
-    std::unique_ptr<char[]> buf{new char[kValueSize]()};
-    std::string text() const {
-        if (strnlen(buf.get(), kValueSize) == kValueSize) {
-            __builtin_trap();  // no terminator inside the buffer
-        }
-        return buf.get();
-    }
-};
 
 size_t entry_count(std::string_view record) {
     return record.empty() ? 0
@@ -44,19 +35,14 @@ void check_round_trip(const std::string &rebuilt, int port, const std::string &v
         entry_count(rebuilt) > kEntriesLookedAt) {
         return;
     }
-    Out back;
-    getVlanBindValue(rebuilt.c_str(), port, back.buf.get());
+    Buffer back(kValueSize);
+    getVlanBindValue(rebuilt.c_str(), port, back.get());
     if (back.text() != value) {
         __builtin_trap();
     }
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    simcard::fuzz::silence_stdout();
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzedDataProvider in(data, size);
@@ -65,16 +51,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string record = in.ConsumeRandomLengthString(700).c_str();
     const std::string value = in.ConsumeRandomLengthString().c_str();
 
-    Out port_value;
-    getVlanBindValue(record.c_str(), port, port_value.buf.get());
+    Buffer port_value(kValueSize);
+    getVlanBindValue(record.c_str(), port, port_value.get());
     port_value.text();
 
-    Out rebuilt;
-    setVlanBindValue(record.c_str(), rebuilt.buf.get(), port, value.c_str());
+    Buffer rebuilt(kValueSize);
+    setVlanBindValue(record.c_str(), rebuilt.get(), port, value.c_str());
     check_round_trip(rebuilt.text(), port, value);
 
-    Out entries;
-    formatVlanBindValue(port, value.c_str(), entries.buf.get());
+    Buffer entries(kValueSize);
+    formatVlanBindValue(port, value.c_str(), entries.get());
     entries.text();
     return 0;
 }
