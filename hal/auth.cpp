@@ -17,7 +17,6 @@ namespace {
 using Block = std::array<unsigned char, 8>;
 
 constexpr Block kDerivation = {0x2D, 0x2D, 0x2D, 0x2D, 0x2D, 0x2D, 0x2D, 0x2D};
-constexpr size_t kAccountTextMax = 299;  // what the card's text buffer holds
 
 // Two key schedules, cleared before every new key set-up.
 class TwoKeyDes {
@@ -154,11 +153,6 @@ int auth_account(const char *account, const char *password) {
         return -1;
     }
     std::string text = std::string(account) + ";" + password;
-    if (text.size() > kAccountTextMax) {
-        // Longer than the card's text buffer: not an account it can hold.
-        std::printf("libsimcard [%s] account not right\n", "sim_card_auth_telecom_account");
-        return -1;
-    }
     unsigned char header[5] = {0xA0, 0xE0, 0x00, 0x00, static_cast<unsigned char>(text.size())};
     simio_request req{};
     form_data(req, header, reinterpret_cast<unsigned char *>(text.data()),

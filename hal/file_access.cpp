@@ -44,6 +44,7 @@ int select_file(uint16_t dir, uint16_t file) {
     Answer answer{};
 
     if (dir != sim_session.dir_id) {
+        note_selection_unknown();
         if (send_select(dir, req, header, answer) < 0) {
             std::printf("libsimcard [%s] ioctl SIMIO_IOCTL_WRITE 1 error...dir_id=0x%04x \n",
                         "__sim_card_select_file", dir);
@@ -57,6 +58,8 @@ int select_file(uint16_t dir, uint16_t file) {
     }
 
     if (file != sim_session.file_id) {
+        // Whatever failed below, the card may have taken the new file.
+        note_selection_unknown();
         if (send_select(file, req, header, answer) < 0) {
             std::printf("libsimcard [%s] ioctl SIMIO_IOCTL_WRITE 1 error...file_id=0x%04x\n",
                         "__sim_card_select_file", file);
@@ -75,7 +78,10 @@ int select_file(uint16_t dir, uint16_t file) {
         }
         sim_session.file_id = file;
         sim_session.file_len = (answer[2] << 8) | answer[3];
-        drop_session_content();
+        if (sim_session.content != nullptr) {
+            drop_session_content();
+        }
+        note_file_selected(file);
     }
     return sim_session.file_len;
 }

@@ -52,9 +52,20 @@ int select_default_dir();
 int save_to_sim();
 int get_session_content(uint16_t file, char *buf, int len);
 void drop_session_content();
-// Drops the text and the cached file, so the next access selects and reads afresh.
-void forget_current_file();
 extern int simcardInitDone;
+
+// What the card has selected, as far as its answers tell: a file SELECT that
+// succeeded names the file; any SELECT that failed, or a directory SELECT,
+// leaves it unknown (0). The session's cached ids cannot tell this, since a
+// failed SELECT leaves them as they were.
+void note_file_selected(uint16_t file);
+void note_selection_unknown();
+// The session's text now holds what the card's current file holds.
+void note_text_loaded();
+// The file a save of the session's text goes to, when that is known and the
+// text was not taken from another file; 0 otherwise (no text, or the card's
+// current file not known since a SELECT failed).
+uint16_t session_text_file();
 
 // Back to the state at load: device closed, empty session, not initialised.
 void reset_state();

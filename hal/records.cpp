@@ -66,12 +66,16 @@ std::string entry(const char *name, const char *value) {
     return text;
 }
 
-// The checks both combining steps start with, in their words.
-bool usable(const char *content, const char *name, const char *value, int size) {
+bool arguments_given(const char *content, const char *name, const char *value) {
     if (content == nullptr || name == nullptr || value == nullptr) {
         std::puts("param is NULL");
         return false;
     }
+    return true;
+}
+
+// A work buffer of no bytes cannot hold a record: taken as a failed allocation.
+bool room_for_work(int size) {
     if (size <= 0) {
         std::puts("cant malloc mem to fill file data");
         return false;
@@ -82,14 +86,17 @@ bool usable(const char *content, const char *name, const char *value, int size) 
 }  // namespace
 
 int replace_entry(char *content, const char *name, const char *value, int size) {
-    if (!usable(content, name, value, size)) {
+    if (!arguments_given(content, name, value)) {
         return -1;
     }
-    const std::string_view text = text_in(content, size);
-    if (text.empty()) {
+    if (*content == '\0') {
         std::puts("content length is 0");
         return 0;
     }
+    if (!room_for_work(size)) {
+        return -1;
+    }
+    const std::string_view text = text_in(content, size);
     try {
         const size_t open = text.find('<');
         if (open == std::string_view::npos) {
@@ -133,7 +140,7 @@ int replace_entry(char *content, const char *name, const char *value, int size) 
 }
 
 int append_entry(char *content, const char *name, const char *value, int size) {
-    if (!usable(content, name, value, size)) {
+    if (!arguments_given(content, name, value) || !room_for_work(size)) {
         return -1;
     }
     const std::string_view text = text_in(content, size);
@@ -187,27 +194,30 @@ int read_param(uint16_t dir, uint16_t file, const char *name, char *dest, size_t
             return -1;
         }
         sim_session.loaded = 1;
+        note_text_loaded();
     }
 
-    // The session text always ends inside its buffer.
+    // The session text always ends inside its buffer. No name is found nowhere.
     const std::string_view text(sim_session.content);
-    const size_t at = text.find(name);
+    const size_t at = name != nullptr ? text.find(name) : std::string_view::npos;
     if (at == std::string_view::npos) {
-        std::printf("libsimcard [%s] file %04X have no %s\n", kRead, file, name);
+        std::printf("libsimcard [%s] file %04X have no %s\n", kRead, file,
+                    name != nullptr ? name : "(null)");
         return -1;
     }
     const size_t mark = at + std::strlen(name) + 1;  // just past the "="
     if (mark < text.size() && text[mark] == 'F') {
         return 1;
     }
+    if (dest == nullptr) {
+        return -1;
+    }
     // A value without its closing quote runs to the end of the text.
     const size_t start = std::min(mark + 1, text.size());
     const size_t end = std::min(text.find('"', start), text.size());
-    if (cap > 0) {
-        const size_t n = std::min(end - start, cap - 1);
-        std::memcpy(dest, text.data() + start, n);
-        dest[n] = '\0';
-    }
+    const size_t n = std::min(end - start, cap - 1);
+    std::memcpy(dest, text.data() + start, n);
+    dest[n] = '\0';
     return 0;
 }
 
@@ -218,9 +228,6 @@ int write_param(uint16_t dir, uint16_t file, const char *name, const char *value
     }
     if (value == nullptr) {
         std::printf("[hal] %s: Argument buf is null!\n", kWrite);
-        return -1;
-    }
-    if (name == nullptr) {
         return -1;
     }
     // "FF" from the model means: leave the record as it is.
@@ -237,8 +244,9 @@ int write_param(uint16_t dir, uint16_t file, const char *name, const char *value
         std::printf("[hal] %s: file_len = %d\n", kWrite, file_len);
     }
 
-    const size_t work_size =
-        std::strlen(name) + static_cast<size_t>(file_len) + std::strlen(value) + kWorkSlack;
+    // A missing name takes no room; the combining step refuses it below.
+    const size_t work_size = (name != nullptr ? std::strlen(name) : 0) +
+                             static_cast<size_t>(file_len) + std::strlen(value) + kWorkSlack;
     HeapText work(work_size <= INT_MAX ? static_cast<char *>(std::calloc(work_size, 1)) : nullptr);
     if (!work) {
         std::printf("%s: malloc np failed\n", kWrite);
@@ -247,6 +255,9 @@ int write_param(uint16_t dir, uint16_t file, const char *name, const char *value
     if (file == kRebuiltFile) {
         sim_session.loaded = 1;
     }
+    // Whether the text starts afresh here rather than going on from the
+    // session's text of earlier rewrites.
+    bool fresh = file_len == 0;
     if (file_len > 0 && sim_session.content == nullptr) {
         // One byte more than the file, so the text is always terminated.
         sim_session.content =
@@ -255,6 +266,7 @@ int write_param(uint16_t dir, uint16_t file, const char *name, const char *value
             std::printf("%s: malloc sim session content failed\n", kWrite);
             return -1;
         }
+        fresh = true;
     }
     if (file_len > 0 && sim_session.loaded == 0) {
         if (read_file(dir, file, sim_session.content, static_cast<uint16_t>(file_len)) != 0) {
@@ -262,6 +274,7 @@ int write_param(uint16_t dir, uint16_t file, const char *name, const char *value
             drop_session_content();
             return -1;
         }
+        fresh = true;
     }
     sim_session.loaded = 1;
     if (sim_session.content != nullptr) {
@@ -274,6 +287,9 @@ int write_param(uint16_t dir, uint16_t file, const char *name, const char *value
         std::free(sim_session.content);
     }
     sim_session.content = work.release();
+    if (fresh) {
+        note_text_loaded();
+    }
 
     const int size = static_cast<int>(work_size);
     int result = replace_entry(sim_session.content, name, value, size);
@@ -308,7 +324,7 @@ int write_param_to_file(int file_id, const char *name, const char *value) {
         return rc;
     }
     // Written past the tree: the tree's copy is stale until read again.
-    sal::xml::set_attr(node, "wf", "0");
+    sal::xml::put_attr(node, "wf", "0");
     return 0;
 }
 

@@ -8,9 +8,11 @@
 
 namespace simcard::hal {
 
-// Copies the value of `name` into dest (at most cap - 1 characters and a
-// NUL; nothing when cap is 0). 0 copied, 1 no value ("FF"), 0 untouched for
-// an empty file, -1 on failure.
+// Copies the value of `name` into dest, a buffer of cap bytes (cap is at
+// least 1): at most cap - 1 characters and a NUL. kWholeValue when the
+// caller's buffer is its own affair. 0 copied, 1 no value ("FF"), 0
+// untouched for an empty file, -1 on failure.
+inline constexpr size_t kWholeValue = SIZE_MAX;
 int read_param(uint16_t dir, uint16_t file, const char *name, char *dest, size_t cap);
 
 // Rewrites or appends `name` in the session's text of the file; the card is

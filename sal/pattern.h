@@ -33,12 +33,15 @@ inline bool contains(std::string_view text, std::string_view part) {
 }
 
 // Fills `pattern` as snprintf would fill it into a buffer of `capacity` bytes,
-// keeping at most capacity - 1 characters. A pattern comes from the document,
-// never from code, so it is no printf format: only "%d", "%s" and "%%" are
-// conversions. "%d" and "%s" each take the next argument; when none is left,
-// or it is of the other kind, the conversion is copied as written (and the
-// argument, if any, is used up all the same, so later ones keep their places).
-// Every other "%" sequence, and a "%" at the very end, is copied as written.
+// keeping at most capacity - 1 characters, up to a character 0 that a "%c"
+// makes. A pattern comes from the document, never from code, so it is no
+// printf format: the conversions filled are "%%" and, with flags, width and
+// precision, "%d", "%i", "%u", "%o", "%x", "%X" and "%c" with a number and
+// "%s" with a text. Each specification that printf would give an argument
+// takes the next one; when none is left, when it is of the other kind, or
+// when the specification is anything else (a length modifier, '*', another
+// conversion), it is copied as written. A "%" that the pattern ends in the
+// middle of is copied as written too.
 std::string fill_pattern(std::string_view pattern, std::initializer_list<PatternArg> args,
                          size_t capacity);
 

@@ -67,10 +67,9 @@ inline unsigned long shape_generation() { return shape_generation_counter; }
 // document is loaded or dropped.
 inline void note_shape_changed() { ++shape_generation_counter; }
 
-// Writes the attribute as the model always does: empty first, then the value.
-// The value is copied first, so it may be the attribute's own current text.
-// Returns the IXML result (0 on success).
-inline int set_attr(IXML_Node *node, const char *name, std::string_view value) {
+// Writes the attribute in one write: for the kind ("a"), the marks ("wf",
+// "init") and a template's "n". Returns the IXML result (0 on success).
+inline int put_attr(IXML_Node *node, const char *name, const char *value) {
     IXML_Element *element = as_element(node);
     if (element == nullptr) {
         return IXML_INVALID_PARAMETER;
@@ -79,12 +78,19 @@ inline int set_attr(IXML_Node *node, const char *name, std::string_view value) {
     if (key == "a" || key == "n" || key == "uri") {
         note_shape_changed();
     }
+    return ixmlElement_setAttribute(element, name, value);
+}
+
+// Writes the attribute as the model writes paths, values and an instance's
+// "n": empty first, then the value. The value is copied first, so it may be
+// the attribute's own current text. Returns the IXML result (0 on success).
+inline int set_attr(IXML_Node *node, const char *name, std::string_view value) {
     const std::string copy(value);
-    const int rc = ixmlElement_setAttribute(element, name, "");
+    const int rc = put_attr(node, name, "");
     if (rc != IXML_SUCCESS) {
         return rc;
     }
-    return ixmlElement_setAttribute(element, name, copy.c_str());
+    return put_attr(node, name, copy.c_str());
 }
 
 // A file element: "a" starts with "EF" in any case (so "ef" passes too).

@@ -175,8 +175,7 @@ void complete_param_path(IXML_Node *param, std::string_view base, size_t capacit
 }
 
 bool write_record(IXML_Node *file_element, const char *name, const std::string &value) {
-    // Without a file id the write would land in whatever file is selected.
-    const std::optional<uint16_t> file = file_id_of(file_element);
+    const std::optional<uint16_t> file = card_file_of(file_element);
     return file && hal::write_param(hal::kOperatorDir, *file, name, value.c_str()) == 0;
 }
 
@@ -261,7 +260,7 @@ IXML_Node *add_node(int new_id, int demo) {
     char id[16] = {};
     std::snprintf(id, sizeof id, "%x", static_cast<unsigned>(new_id));
     sal::xml::set_attr(element, "n", id);
-    sal::xml::set_attr(element, "a", "EF");
+    sal::xml::put_attr(element, "a", "EF");
     return element;
 }
 

@@ -49,10 +49,12 @@ int update_first_online() {
         SAL_LOG(kFunc, "uri is empty!\n");
         return -1;
     }
-    // Once built (by start-up or an earlier call), the pattern is kept in
-    // furi and uri holds a path: the repeat must start from the pattern.
+    // The pattern is the file's uri. Once a run has built the paths, uri is
+    // a path and furi keeps the pattern: a repeat starts from that, since
+    // joining built paths again would double them.
     const auto kept = sal::xml::attr(file, "furi");
-    const std::string pattern((kept && !kept->empty() ? *kept : *uri).substr(0, kPathSize - 1));
+    const bool built = kept && !kept->empty() && !contains(*uri, "%d") && !contains(*uri, "%s");
+    const std::string pattern((built ? *kept : *uri).substr(0, kPathSize - 1));
     const auto ml = sal::xml::attr(file, "ml");
     if (!ml || ml->empty()) {
         SAL_LOG(kFunc, "file_len is empty!\n");
@@ -88,7 +90,7 @@ int update_first_online() {
         }
         const auto param_pattern = sal::xml::attr(param, "furi");
         const std::string joined =
-            param_pattern && !param_pattern->empty()
+            built && param_pattern && !param_pattern->empty()
                 ? std::string(*param_pattern)
                 : join_path(pattern, tail->empty() ? sal::xml::tag(param) : *tail);
         sal::xml::set_attr(param, "furi", joined);

@@ -10,6 +10,7 @@
 #include "hal/hal.h"
 #include "hal/records.h"
 #include "sal/log.h"
+#include "sal/number.h"
 #include "sal/pattern.h"
 #include "sal/xml.h"
 
@@ -63,17 +64,10 @@ std::string join_path(std::string_view a, std::string_view b) {
     return sal::fill_pattern("%s%s", {a, b}, kPathSize);
 }
 
-std::optional<uint16_t> file_id_of(IXML_Node *file_element) {
+std::optional<uint16_t> card_file_of(IXML_Node *file_element) {
     const char *n = sal::xml::attr_cstr(file_element, "n");
-    if (n == nullptr) {
-        return std::nullopt;
-    }
-    char *end = nullptr;
-    const long id = std::strtol(n, &end, 16);
-    if (end == n || id < 0 || id > 0xFFFF) {
-        return std::nullopt;
-    }
-    return static_cast<uint16_t>(id);
+    const auto id = static_cast<uint16_t>(n != nullptr ? sal::to_int(n, 16) : 0);
+    return id != 0 ? std::optional<uint16_t>(id) : std::nullopt;
 }
 
 void init_param_furi(IXML_Node *file_element) {
@@ -125,9 +119,7 @@ void update_param_uri(IXML_Node *file_element, int wan_index, int conn_index, co
     for (IXML_Node *child : sal::xml::child_elements(file_element)) {
         if (sal::xml::attr_is(child, "n", "P00")) {
             sal::xml::set_attr(child, "simv", ref);
-            // An element that names no file cannot be written: that would go
-            // to whatever file the card has selected.
-            const std::optional<uint16_t> file = file_id_of(file_element);
+            const std::optional<uint16_t> file = card_file_of(file_element);
             if (!file || hal::write_param(hal::kOperatorDir, *file, "P00", wan_ref) != 0) {
                 std::printf("write simcard P00 to %s error\n", wan_ref);
                 return;

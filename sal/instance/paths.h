@@ -40,9 +40,11 @@ std::string fill_instance_pattern(std::string_view pattern, const InstanceIndexI
 // a followed by b, cut to what a path buffer keeps.
 std::string join_path(std::string_view a, std::string_view b);
 
-// The card file id that a file element names in hexadecimal; none when it
-// names none.
-std::optional<uint16_t> file_id_of(IXML_Node *file_element);
+// The card file that a write through the element goes to: its "n" read as
+// hexadecimal, kept to 16 bits. None for file 0 (or an "n" that is missing or
+// no number): the card layer takes file 0 as whatever file the card has
+// selected, which would get this element's record.
+std::optional<uint16_t> card_file_of(IXML_Node *file_element);
 
 void init_param_furi(IXML_Node *file_element);
 void set_vlan_uri(IXML_Node *file_element);

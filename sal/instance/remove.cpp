@@ -127,9 +127,9 @@ int delete_node(IXML_Node *file_element) {
         return 0;
     }
     hal::save_to_sim();
-    IXML_Node *parent = ixmlNode_getParentNode(file_element);
+    // Only a child of the root is detached; any other element stays where it is.
     IXML_Node *taken = nullptr;
-    if (parent != nullptr && ixmlNode_removeChild(parent, file_element, &taken) == IXML_SUCCESS) {
+    if (ixmlNode_removeChild(ct_simcfg_root, file_element, &taken) == IXML_SUCCESS) {
         removed().emplace_back(taken);
         sal::xml::note_shape_changed();
     }

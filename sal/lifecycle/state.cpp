@@ -5,7 +5,6 @@
 #include "sal/instance/remove.h"
 #include "sal/instance/templates.h"
 #include "sal/lifecycle/update_status.h"
-#include "sal/lifecycle/writeback.h"
 
 namespace simcard::lifecycle {
 
@@ -15,7 +14,6 @@ void reset_process_state() {
     instance::reset_templates();
     instance::release_removed();
     reset_update_status();
-    reset_writeback();
     sal::reset_state();
 }
 

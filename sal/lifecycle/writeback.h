@@ -3,13 +3,9 @@
 #ifndef SIMCARD_SAL_LIFECYCLE_WRITEBACK_H
 #define SIMCARD_SAL_LIFECYCLE_WRITEBACK_H
 
-#include <cstddef>
 #include <string_view>
 
 namespace simcard::lifecycle {
-
-// Most files one local restore resets.
-constexpr size_t kRestoreMax = 200;
 
 // A concrete path under the data model's root, not an unfilled pattern.
 bool writable_path(std::string_view uri);
@@ -17,9 +13,6 @@ bool writable_path(std::string_view uri);
 int sync_to_card();   // simcard_syncData2Sim
 int local_restore();  // simcard_local_restore
 int self_test();      // testsynsimtomem
-
-// Forgets the texts of failed commits.
-void reset_writeback();
 
 }  // namespace simcard::lifecycle
 

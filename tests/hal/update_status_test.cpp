@@ -38,6 +38,20 @@ TEST_F(UpdateStatus, BitmapBitsFollowTheFileIdsFromSixF04) {
         EXPECT_EQ(dump + (set ? "Yes\n" : "No\n"), captured()) << std::hex << id;
     }
 
+    // What the card does not deliver stays as the caller had it.
+    std::fill(std::begin(status), std::end(status), 0xAA);
+    card.set_short_read(5);
+    ASSERT_EQ(0, hal_get_all_update_status(status));
+    EXPECT_EQ(0x00, status[21]);
+    EXPECT_EQ(0xAA, status[22]);
+    card.clear_faults();
+    card.set_pending_length(10);  // announces ten bytes only
+    std::fill(std::begin(status), std::end(status), 0xAA);
+    ASSERT_EQ(0, hal_get_all_update_status(status));
+    EXPECT_EQ(0x80, status[0]);
+    EXPECT_EQ(0x00, status[9]);
+    EXPECT_EQ(0xAA, status[10]);
+
     card.set_pending_length(0xFF);  // a hostile card announces more than the bitmap
     ASSERT_EQ(0, hal_get_all_update_status(status));
     EXPECT_EQ(0xAA, status[27]);                       // only the 27 bitmap bytes are taken
@@ -89,15 +103,17 @@ TEST_F(UpdateStatus, FactoryResetSendsTheBitmapFromSixF02UpToItsHighestByte) {
     all.push_back(0x80);
     EXPECT_EQ(all, card.commands(ins::kFactoryReset).back()->data);
 
-    // Ids outside the bitmap are refused before anything is sent.
-    unsigned short outside[] = {0x6F04, 0x7002};
-    unsigned short below[] = {0x6F01};
-    EXPECT_EQ(-1, sim_card_factory_reset(outside, 2));
-    EXPECT_EQ(-1, sim_card_factory_reset(below, 1));
-    EXPECT_EQ(3u, card.count(ins::kFactoryReset));
+    // Ids outside the bitmap have no bit: the others are reset as listed.
+    EXPECT_EQ(std::vector<uint8_t>{0x20}, reset({0x6F04, 0x7002, 0x6F01}));
+    std::vector<uint8_t> last(32, 0);
+    last[0] = 0x20;
+    last[31] = 0x01;
+    EXPECT_EQ(last, reset({0x6F04, 0x7001}));
+    EXPECT_EQ(std::vector<uint8_t>{0x00}, reset({}));
 
     card.fail_status(ins::kFactoryReset, 0x98, 0x04);
-    EXPECT_EQ(-1, sim_card_factory_reset(outside, 1));
+    unsigned short one[] = {0x6F04};
+    EXPECT_EQ(-1, sim_card_factory_reset(one, 1));
 }
 
 }  // namespace

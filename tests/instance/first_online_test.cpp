@@ -59,6 +59,28 @@ TEST_F(FirstOnline, WithoutOneTheTreeGetsTheFirstIpConnectionOfDevice1) {
                              "node uri = " + kDevices + "1.\n"));
 }
 
+// The first run joins the file's uri with each parameter's tail, or its tag
+// name when the tail is empty, whatever furi the document or start-up left.
+TEST_F(FirstOnline, TheFirstRunJoinsTheFilesPatternWithEachTailOrTagName) {
+    std::string doc = sample_text("simcardconfig.xml");
+    const std::string demo = "<Wanconnection n=\"6F07\"";
+    doc.replace(doc.find(demo), demo.size(),
+                demo + " furi=\"InternetGatewayDevice.Elsewhere.%d.\"");
+    const std::string last = "<ConnectionTrigger n=\"P16\"";
+    doc.replace(doc.find(last), last.size(),
+                "<Extra n=\"P17\" a=\"PARAM\" ml=\"4\" rw=\"RW\" uri=\"\" furi=\"\"/>" + last);
+    write_document(doc);
+    start("P00=FF");
+    for (int round = 0; round < 2; ++round) {  // a repeat builds the same paths
+        ASSERT_EQ(0, update6F07ForFirstOnline());
+        EXPECT_EQ(kDevices + "1.", uri(0x6F07));
+        EXPECT_EQ(kDevices + "%d.", attr(findFileNode(0x6F07), "furi"));
+        EXPECT_EQ(kDevices + "1.Extra", uri(0x6F07, "Extra"));
+        EXPECT_EQ(kDevices + "%d.Extra", attr(child(findFileNode(0x6F07), "Extra"), "furi"));
+        EXPECT_EQ(kDevices + "1.WANIPConnection.1.Name", uri(0x6F07, "ConnectionName"));
+    }
+}
+
 TEST_F(FirstOnline, LowerCaseIpIsNoReference) {
     start("P00=\"1.ip.3\"");
     EXPECT_EQ(kDevices + "1.WANIPConnection.3.Name", uri(0x6F07, "ConnectionName"));

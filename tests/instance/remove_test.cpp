@@ -52,6 +52,46 @@ TEST_F(Delete, BadRequestsAndFailedCardWritesChangeNothing) {
     EXPECT_EQ(orphan, findFileNode(0x6F3A));
 }
 
+// File 0 is whatever file the card has selected: after a sync that is the
+// last file committed, which must not get another element's record.
+TEST_F(Delete, AnElementNamingFileZeroIsNeverWrittenThrough) {
+    IXML_Node *app = addMulInstanceNode(0x6F39, 0x6F38);
+    ASSERT_NE(nullptr, app);
+    sal::xml::set_attr(app, "n", "0");
+    handleCommonAddInstance1(app, (kQos + "App.").c_str(), 5);
+    ASSERT_EQ(kQos + "App.5.", attr(app, "uri"));
+    ASSERT_EQ(1, add(kDevices, 5));
+    IXML_Node *wan = nullptr;
+    for (IXML_Node *file : sal::xml::child_elements(ct_simcfg_root)) {
+        if (sal::xml::tag(file) == "Wanconnection" && attr(file, "uri") == kDevices + "5.") {
+            wan = file;
+        }
+    }
+    ASSERT_NE(nullptr, wan);
+    const int wan_file = static_cast<int>(std::stoi(attr(wan, "n"), nullptr, 16));
+    sal::xml::set_attr(wan, "n", "0");
+    ASSERT_EQ(
+        0, simcard_setParamValueByUri("InternetGatewayDevice.ManagementServer.URL", "http://x/"));
+    ASSERT_EQ(0, simcard_syncData2Sim());
+    const std::string acs = card.text(0x6F05);
+    card.clear_trace();
+
+    capture();
+    EXPECT_EQ(1, del(kQos + "App.5."));
+    EXPECT_NE(std::string::npos, captured().find("write simcard P00 to empty error\n"));
+    EXPECT_EQ(ct_simcfg_root, ixmlNode_getParentNode(app));
+    EXPECT_EQ(0u, card.trace().size());
+
+    capture();
+    EXPECT_EQ(1, add(kDevices + "5.WANIPConnection.", 1));
+    EXPECT_NE(std::string::npos, captured().find("write simcard P00 to 5.IP.1 error\n"));
+    EXPECT_EQ("", record(wan_file, "P00"));
+    EXPECT_EQ(acs, card.text(0x6F05));
+    for (const auto *select : card.commands(vcard::ins::kSelect)) {
+        EXPECT_NE(0x6F05, select->data[0] << 8 | select->data[1]);
+    }
+}
+
 TEST_F(Delete, ARestartSeesWhatWasAddedAndNotWhatWasDeleted) {
     const std::string pm = kDevices + "4.WANIPConnection.1.PortMapping.";
     ASSERT_EQ(1, del(kDevices + "2."));

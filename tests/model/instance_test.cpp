@@ -1,4 +1,6 @@
 // Path patterns, instance kinds, the template table and instance paths.
+#include <climits>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,22 +18,70 @@ namespace {
 const std::string kDev = "InternetGatewayDevice.WANDevice.1.WANConnectionDevice.";
 const std::string kQos = "InternetGatewayDevice.X_CT-COM_UplinkQoS.";
 
-TEST(Patterns, HostilePatternsAreFilledSafelyAndCutToTheBuffer) {
+// snprintf with a pattern made here, for comparison.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+template <typename T>
+std::string printed(const std::string &pattern, T arg, size_t capacity) {
+    std::vector<char> buf(capacity + 1, '#');
+    std::snprintf(buf.data(), capacity, pattern.c_str(), arg);
+    return buf.data();
+}
+#pragma GCC diagnostic pop
+
+TEST(Patterns, EveryConversionWithItsArgumentKindIsFilledAsSnprintfFillsIt) {
+    const char *flags[] = {"", "-", "+", " ", "#", "0", "-0", "+0", "#0", "- ", "+ ", "-#0+ "};
+    const char *widths[] = {"", "1", "5", "12"};
+    const char *precisions[] = {"", ".", ".0", ".1", ".4", ".10"};
+    const int numbers[] = {0, 1, 7, -1, -42, 65, 255, INT_MAX, INT_MIN};
+    const char *texts[] = {"", "a", "abc", "abcdefghijklmnop"};
+    for (const char *flag : flags) {
+        for (const char *width : widths) {
+            for (const char *precision : precisions) {
+                const std::string spec = std::string("<%") + flag + width + precision;
+                for (const char conversion : std::string_view("diuoxXc")) {
+                    const std::string pattern = spec + conversion + ">";
+                    for (const int n : numbers) {
+                        for (const size_t capacity : {64, 6}) {
+                            ASSERT_EQ(printed(pattern, n, capacity),
+                                      sal::fill_pattern(pattern, {n}, capacity))
+                                << pattern << " " << n << " " << capacity;
+                        }
+                    }
+                }
+                for (const char *text : texts) {
+                    const std::string pattern = spec + "s>";
+                    ASSERT_EQ(printed(pattern, text, 64), sal::fill_pattern(pattern, {text}, 64))
+                        << pattern << " " << text;
+                }
+            }
+        }
+    }
+}
+
+TEST(Patterns, AnythingElseIsCopiedAsWrittenAndCutToTheBuffer) {
     using sal::fill_pattern;
     EXPECT_EQ("A.2.WANPPPConnection.1.B.7",
               fill_pattern("A.%d.%s.%d.B.%d", {2, "WANPPPConnection", 1, 7, 9}, 512));
-    EXPECT_EQ("%n%x%p%ld%5d%-s%c 7", fill_pattern("%n%x%p%ld%5d%-s%c %d", {7}, 512));
-    const std::string_view lone = "% %d 50%";  // a lone "%", also at the very end of the buffer
+    // Each specification takes its argument, filled or not, as printf would.
+    EXPECT_EQ("%n.%p.%ld.%*d.%hx.5", fill_pattern("%n.%p.%ld.%*d.%hx.%d", {1, 2, 3, 4, 5, 5}, 512));
+    EXPECT_EQ("% %d 50%", fill_pattern("% %d 50%", {1}, 512));  // "% %" is no "%%"
+    const std::string_view lone = "a %5";                       // ends inside a specification
     const std::vector<char> unterminated(lone.begin(), lone.end());
-    EXPECT_EQ("% 1 50%", fill_pattern({unterminated.data(), unterminated.size()}, {1}, 512));
+    EXPECT_EQ("a %5", fill_pattern({unterminated.data(), unterminated.size()}, {1}, 512));
     EXPECT_EQ("-3.100%", fill_pattern("%d.100%%", {-3}, 512));
     EXPECT_EQ("1.%s.%d.%s", fill_pattern("%d.%s.%d.%s", {1}, 512));  // more than the arguments
     EXPECT_EQ("%d.2", fill_pattern("%d.%d", {"text", 2}, 512));      // the other kind: used up
     EXPECT_EQ("a%d%s%nb", fill_pattern("a%sb", {"%d%s%n"}, 512));    // texts are no patterns
+    EXPECT_EQ("a", fill_pattern("a%cb%d", {0, 3}, 512));             // "%c" of 0 ends the text
     EXPECT_EQ("a12", fill_pattern("a%d", {12345}, 4));
     EXPECT_EQ("", fill_pattern("abc", {}, 0));
     EXPECT_EQ(std::string(400, 'x') + std::string(111, 'y'),
               fill_pattern(std::string(400, 'x') + "%s%d", {std::string(1000, 'y'), 1}, 512));
+    // Widths and precisions up to the range of int only cost the buffer.
+    EXPECT_EQ(std::string(511, ' '), fill_pattern("%2147483647d", {1}, 512));
+    EXPECT_EQ(std::string(511, '0'), fill_pattern("%.2147483647d", {1}, 512));
+    EXPECT_EQ("%2147483648d", fill_pattern("%2147483648d", {1}, 512));
 
     // A four-letter connection type has no terminator: it must not run on.
     const InstanceIndexInfo info{1, 1, {'I', 'P', 'V', '4'}, 2, 0, 0};

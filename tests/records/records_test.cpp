@@ -59,7 +59,8 @@ TEST_F(Records, RewritesRecordsAsInTheWorkedTable) {
     EXPECT_EQ(R"(<P00="1" P01="2">)", card.text(0x6F10));  // only a save reaches the card
 }
 
-TEST_F(Records, ReadsValuesBoundedByTheCallersLength) {
+// The length is the caller's and is not used: the destination gets the value.
+TEST_F(Records, ReadsTheWholeValueWhateverLengthTheCallerPasses) {
     card.add_file(0x6F20, 40, R"(<P00="abc" P05=FF P07="xyz)");
     char dest[8] = "keep";
     EXPECT_EQ(1, sim_card_read_param(0x7F80, 0x6F20, "P05", dest, sizeof dest));
@@ -71,10 +72,18 @@ TEST_F(Records, ReadsValuesBoundedByTheCallersLength) {
     EXPECT_STREQ("xyz", dest);
 
     std::memset(dest, '#', sizeof dest);
-    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest, 3));
-    EXPECT_EQ(std::string("ab\0#", 4), std::string(dest, 4));
-    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest + 4, -5));
-    EXPECT_EQ('#', dest[4]);
+    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P00", dest, 0));
+    EXPECT_EQ(std::string("abc\0#", 5), std::string(dest, 5));
+    EXPECT_EQ(0, simcard_ReadParamFromFile(0x6F20, 0, "P07", dest + 4, sizeof(char *) - 7));
+    EXPECT_EQ(std::string("abc\0xyz\0", 8), std::string(dest, 8));
+    EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F20, "P00", dest, 1));
+    EXPECT_STREQ("abc", dest);
+    // Missing arguments fail where the steps first need them.
+    EXPECT_EQ(1, sim_card_read_param(0x7F80, 0x6F20, "P05", nullptr, 0));
+    EXPECT_EQ(-1, sim_card_read_param(0x7F80, 0x6F20, "P00", nullptr, 0));
+    capture();
+    EXPECT_EQ(-1, sim_card_read_param(0x7F80, 0x6F20, nullptr, dest, 8));
+    EXPECT_EQ("libsimcard [sim_card_read_param] file 6F20 have no (null)\n", captured());
     capture();
     EXPECT_EQ(-1, simcard_ReadParamFromFile(0x6F20, 99, "P09", dest, sizeof dest));
     EXPECT_EQ("libsimcard [sim_card_read_param] file 6F20 have no P09\n", captured());
@@ -83,7 +92,7 @@ TEST_F(Records, ReadsValuesBoundedByTheCallersLength) {
     // An empty file: nothing read, and a write starts the record.
     card.add_file(0x6F21, 0);
     EXPECT_EQ(0, sim_card_read_param(0x7F80, 0x6F21, "P00", dest, sizeof dest));
-    EXPECT_STREQ("ab", dest);
+    EXPECT_STREQ("abc", dest);
     capture();
     ASSERT_EQ(0, write(0x6F21, "P00", "x"));
     EXPECT_EQ("[hal] sim_card_write_param: file_len = 0\ncontent length is 0\n", captured());
@@ -135,6 +144,35 @@ TEST_F(Records, BrokenRecordsAreRefusedAndKept) {
         EXPECT_EQ(row.text, session_text());
         ++id;
     }
+}
+
+// Each argument is checked where a step first needs it, in the steps' order.
+TEST_F(Records, MissingArgumentsFailWhereTheStepsNeedThem) {
+    char empty[1] = {};
+    char text[16] = R"(<P00="1">)";
+    capture();
+    EXPECT_EQ(0, _sim_combin_new_file_value(empty, "P00", "2", 0));
+    EXPECT_EQ(-1, _sim_combin_new_file_value(text, "P00", "2", 0));
+    EXPECT_EQ(-1, _sim_combin_new_file_value1(empty, "P00", "2", 0));
+    EXPECT_EQ(-1, _sim_combin_new_file_value(text, nullptr, "2", 16));
+    EXPECT_EQ(
+        "content length is 0\n"
+        "cant malloc mem to fill file data\n"
+        "cant malloc mem to fill file data\n"
+        "param is NULL\n",
+        captured());
+    EXPECT_STREQ(R"(<P00="1">)", text);
+
+    card.add_file(0x6F20, 40, R"(<P00="1">)");
+    capture();
+    EXPECT_EQ(0, write(0x6F20, nullptr, "FF"));
+    EXPECT_EQ("[hal] sim_card_write_param: value is FF,skip it\n", captured());
+    EXPECT_EQ(0u, card.count(ins::kSelect));
+    capture();
+    EXPECT_EQ(-1, write(0x6F20, nullptr, "2"));
+    EXPECT_EQ("param is NULL\n[hal] sim_card_write_param: sim_combin_new_file_value error\n",
+              captured());
+    EXPECT_EQ(R"(<P00="1">)", session_text());  // the file was loaded on the way
 }
 
 TEST_F(Records, RecordsGrowPastTheCardFileAndTheCardDecides) {

@@ -64,7 +64,8 @@ TEST_F(Restore, NeedsTheDocument) {
     EXPECT_NE(std::string::npos, log().find("loadSimcardConfigxml failed!\n"));
 }
 
-TEST_F(Restore, ADocumentMarkingMoreThanTheCardsListIsCutAt200) {
+// The list has no fixed size: every marked file is reset.
+TEST_F(Restore, ADocumentMarkingMoreThan200FilesHasThemAllReset) {
     std::string doc = "<c>";
     for (int i = 0; i < 205; ++i) {
         char id[8];
@@ -74,8 +75,16 @@ TEST_F(Restore, ADocumentMarkingMoreThanTheCardsListIsCutAt200) {
     doc += "</c>";
     write_document(doc);
     EXPECT_EQ(0, simcard_local_restore());
-    EXPECT_NE(std::string::npos, log().find("is not reset: more than 200 files\n"));
-    EXPECT_EQ(1u, card.count(ins::kFactoryReset));
+    const std::string lines = log();
+    size_t resets = 0;
+    for (size_t at = lines.find("sim_card_factory_reset!"); at != std::string::npos;
+         at = lines.find("sim_card_factory_reset!", at + 1)) {
+        ++resets;
+    }
+    EXPECT_EQ(205u, resets);
+    EXPECT_NE(std::string::npos, lines.find("fileid=0x6f06 sim_card_factory_reset!\n"));
+    ASSERT_EQ(1u, card.count(ins::kFactoryReset));
+    EXPECT_EQ(std::vector<uint8_t>(25, 0xFF), card.commands(ins::kFactoryReset)[0]->data);
 }
 
 }  // namespace

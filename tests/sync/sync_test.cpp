@@ -1,6 +1,7 @@
 // Writing dirty files back to the card, and what survives a failing card.
 #include <string>
 
+#include "sal/xml.h"
 #include "tests/sync/fixture.h"
 
 namespace simcard::testing {
@@ -48,12 +49,11 @@ TEST_F(NotStarted, SyncRefusesBeforeStartUp) {
         captured());
 }
 
-// Files whose parameters have no concrete path still count as written.
-TEST_F(Sync, PatternsAndForeignPathsAreSkippedButTheFileIsCommitted) {
+// A dirty file none of whose parameters has a concrete path commits what the
+// session holds: its own text goes back; another file's text is not sent and
+// the file stays dirty; no text at all fails as the save does.
+TEST_F(Sync, AFileWithNothingToWriteCommitsOnlyItsOwnText) {
     load_document(R"(<c>
-      <Real n="6F05" a="EF" ml="256" wf="2">
-        <URL n="P00" a="PARAM" ml="128" rw="RW" uri="InternetGatewayDevice.ManagementServer.URL" simv="http://x/"/>
-      </Real>
       <Patterns n="6F06" a="EF" ml="192" wf="2">
         <A n="P00" a="PARAM" ml="1" uri="InternetGatewayDevice.X.%d.A" simv="9"/>
         <B n="P01" a="PARAM" ml="1" uri="%s.%d.B" simv="9"/>
@@ -66,11 +66,13 @@ TEST_F(Sync, PatternsAndForeignPathsAreSkippedButTheFileIsCommitted) {
       <Tmpl n="0" a="tl" wf="2"/>
     </c>)");
     const std::string before = card.text(0x6F06);
+    char value[64];
+    ASSERT_EQ(0, sim_card_read_param(0x7F80, 0x6F06, "P00", value, 0));
+    card.clear_trace();
     capture();
     EXPECT_EQ(0, simcard_syncData2Sim());
     EXPECT_EQ(
         "[sal] simcard_syncData2Sim: enter\n"
-        "[sal] simcard_syncData2Sim: file id 0x6f05 is dirty\n"
         "[sal] simcard_syncData2Sim: file id 0x6f06 is dirty\n"
         "[sal] simcard_syncData2Sim: node E don't have attr simv\n"
         "[sal] simcard_syncData2Sim: node NoKind attr a is null\n"
@@ -78,10 +80,34 @@ TEST_F(Sync, PatternsAndForeignPathsAreSkippedButTheFileIsCommitted) {
         captured());
     EXPECT_EQ("1", wf(0x6F06));
     EXPECT_EQ(before, card.text(0x6F06));
-    EXPECT_EQ("http://x/", record(0x6F05, "P00"));
+    EXPECT_EQ(0u, card.count(ins::kSelect));
+    EXPECT_EQ(1u, card.count(ins::kUpdateBinary));
+
+    ASSERT_EQ(0, sim_card_read_param(0x7F80, 0x6F05, "P00", value, 0));
+    sal::xml::set_attr(findFileNode(0x6F06), "wf", "2");
+    card.clear_trace();
+    capture();
+    EXPECT_EQ(0, simcard_syncData2Sim());
+    EXPECT_NE(std::string::npos,
+              captured().find("[sal] simcard_syncData2Sim: file id 0x6f06 save to sim error\n"));
+    EXPECT_NE(std::string::npos,
+              log().find("file id 0x6f06 not saved: the session holds the text of file 0x6f05\n"));
+    EXPECT_EQ("2", wf(0x6F06));
+    EXPECT_EQ(0u, card.count(ins::kUpdateBinary));
+
+    ASSERT_LE(0, sim_card_select_file(0x7F80, 0x6F04));  // drops the text
+    capture();
+    EXPECT_EQ(0, simcard_syncData2Sim());
+    EXPECT_NE(std::string::npos, captured().find("[hal]: sim session content is NULL\n"
+                                                 "[sal] simcard_syncData2Sim: file id 0x6f06 "
+                                                 "save to sim error\n"));
+    EXPECT_EQ("2", wf(0x6F06));
+    EXPECT_EQ(0u, card.count(ins::kUpdateBinary));
 }
 
-TEST_F(Sync, AFailedCommitLeavesTheFileDirtyAndTheOthersGoOn) {
+// The card keeps what it took of a commit cut part-way; the next round reads
+// that back and stops there, leaving the files after it alone.
+TEST_F(Sync, AFailedCommitLeavesTheFileDirtyAndTheNextRoundStopsAtIt) {
     // Long enough for two UPDATE BINARY chunks; the second one fails.
     const std::string url = "http://" + std::string(110, 'a') + ".test/acs";
     ASSERT_EQ(0, simcard_setParamValueByUri(kUrl, url.c_str()));
@@ -96,18 +122,29 @@ TEST_F(Sync, AFailedCommitLeavesTheFileDirtyAndTheOthersGoOn) {
     EXPECT_EQ("1", wf(0x6F06));
     EXPECT_EQ("192.168.1.50", record(0x6F06, "P01"));
     // Torn: the card took the first chunk only, and its record lost its ">".
-    EXPECT_EQ(std::string::npos, card.text(0x6F05).find('>'));
+    const std::string torn = card.text(0x6F05);
+    EXPECT_EQ(std::string::npos, torn.find('>'));
 
-    // The whole text goes back first; then the file is rewritten and committed.
-    EXPECT_EQ(0, simcard_syncData2Sim());
-    EXPECT_EQ("1", wf(0x6F05));
-    EXPECT_EQ(url, record(0x6F05, "P00"));
-    EXPECT_EQ("0", record(0x6F05, "P03"));
-    EXPECT_EQ("cpe", record(0x6F05, "P01"));
-    EXPECT_EQ("cpe123", record(0x6F05, "P02"));
-    EXPECT_EQ("43200", record(0x6F05, "P04"));
-    EXPECT_EQ("itms", record(0x6F05, "P05"));
-    EXPECT_EQ("itms123", record(0x6F05, "P06"));
+    ASSERT_EQ(0, simcard_setParamValueByUri(kMinAddress, "192.168.1.60"));
+    const std::string lan = card.text(0x6F06);
+    card.clear_trace();
+    capture();
+    EXPECT_EQ(-1, simcard_syncData2Sim());
+    EXPECT_NE(std::string::npos,
+              captured().find("simcard conten failed " + torn +
+                              "\n"
+                              "[hal] sim_card_write_param: sim_combin_new_file_value error\n"
+                              "[sal] simcard_syncData2Sim: file id 0x6f05 P00 write param "
+                              "error...value=" +
+                              url + "\n"));
+    // Only the steps' own commands: the file read once, nothing written.
+    EXPECT_EQ(1u, card.count(ins::kSelect));
+    EXPECT_EQ(2u, card.count(ins::kReadBinary));
+    EXPECT_EQ(0u, card.count(ins::kUpdateBinary));
+    EXPECT_EQ(torn, card.text(0x6F05));
+    EXPECT_EQ("2", wf(0x6F05));
+    EXPECT_EQ("2", wf(0x6F06));
+    EXPECT_EQ(lan, card.text(0x6F06));
 }
 
 TEST_F(Sync, TheSelfTestDumpsATreeThatLoadsAgain) {
