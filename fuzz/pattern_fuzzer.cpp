@@ -1,6 +1,6 @@
 // Path patterns: the pattern filler on patterns, arguments and capacities of
 // the fuzzer's choosing, held against snprintf wherever the pattern is a
-// format snprintf reads the same way; and the path-to-pattern conversion.
+// well-defined format for the arguments; and the path-to-pattern conversion.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
@@ -19,6 +19,8 @@ using simcard::sal::PatternArg;
 
 constexpr size_t kMaxArgs = 3;
 constexpr size_t kFormatUriSize = 256;  // convertUriToFormatUri's output
+// Widths and precisions compared with snprintf stay short, so that it is quick.
+constexpr size_t kMaxComparedWidth = 4096;
 
 struct Arg {
     bool is_text;
@@ -45,22 +47,59 @@ std::string fill(const std::string &pattern, const std::vector<Arg> &args, size_
     }
 }
 
-// The kinds of the conversions in pattern, or false when it holds any other
-// "%" sequence (snprintf would read those differently).
+// Reads a width or precision; false past what the comparison keeps short.
+bool read_number(const std::string &pattern, size_t &at) {
+    size_t value = 0;
+    while (at < pattern.size() && pattern[at] >= '0' && pattern[at] <= '9') {
+        value = value * 10 + static_cast<size_t>(pattern[at++] - '0');
+        if (value > kMaxComparedWidth) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The kinds of the conversions in pattern (true for a text), or false when it
+// holds a "%" sequence that is no such well-defined specification for
+// snprintf: %[flags][width][.precision] and one of d i u o x X c s, with '#'
+// only for o x X, '0' only for numbers other than c, a precision not for c.
 bool conversions(const std::string &pattern, std::vector<bool> &texts) {
     for (size_t i = 0; i < pattern.size(); ++i) {
         if (pattern[i] != '%') {
             continue;
         }
-        if (i + 1 == pattern.size()) {
+        if (i + 1 < pattern.size() && pattern[i + 1] == '%') {
+            ++i;
+            continue;
+        }
+        size_t at = i + 1;
+        bool alternate = false;
+        bool zero = false;
+        for (; at < pattern.size() && std::strchr("-+ #0", pattern[at]) != nullptr; ++at) {
+            alternate = alternate || pattern[at] == '#';
+            zero = zero || pattern[at] == '0';
+        }
+        if (!read_number(pattern, at)) {
             return false;
         }
-        const char c = pattern[++i];
-        if (c == 'd' || c == 's') {
-            texts.push_back(c == 's');
-        } else if (c != '%') {
+        bool precision = false;
+        if (at < pattern.size() && pattern[at] == '.') {
+            precision = true;
+            ++at;
+            if (!read_number(pattern, at)) {
+                return false;
+            }
+        }
+        if (at >= pattern.size() || std::strchr("diuoxXcs", pattern[at]) == nullptr) {
             return false;
         }
+        const char c = pattern[at];
+        if ((alternate && std::strchr("oxX", c) == nullptr) || (zero && (c == 'c' || c == 's')) ||
+            (precision && c == 'c')) {
+            return false;
+        }
+        texts.push_back(c == 's');
+        i = at;
     }
     return true;
 }

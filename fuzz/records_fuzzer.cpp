@@ -9,6 +9,7 @@
 #include <string>
 
 #include "fuzz/support.h"
+#include "hal/records.h"
 #include "simcard.h"
 
 namespace {
@@ -42,11 +43,23 @@ void combine(const std::string &text, const char *name, const char *value, size_
                  appended.get());
 }
 
-void read_into(unsigned short file, const char *name, unsigned short len) {
-    Buffer dest(len);
-    sim_card_read_param(kDir, file, name, len > 0 ? dest.get() : nullptr, len);
-    dest.text();  // the copy ends in a terminator inside dest
-}
+// The C entry point takes no bound: its caller's buffer holds any value the
+// session text can give. The card layer's own readers pass their buffer's
+// size, which must bound the copy.
+struct Reader {
+    unsigned short file;
+    size_t whole;  // more than any session text of this input
+    unsigned short cap;
+
+    void read(const char *name) const {
+        Buffer dest(whole);
+        sim_card_read_param(kDir, file, name, dest.get(), 0);
+        dest.text();
+        Buffer bounded(cap);
+        simcard::hal::read_param(kDir, file, name, bounded.get(), bounded.size());
+        bounded.text();
+    }
+};
 
 }  // namespace
 
@@ -57,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string other = in.ConsumeRandomLengthString(8);
     const bool rebuilt = in.ConsumeBool();
     const auto room = in.ConsumeIntegralInRange<size_t>(0, 600);
-    const auto dest_len = in.ConsumeIntegralInRange<unsigned short>(0, 400);
+    const auto cap = in.ConsumeIntegralInRange<unsigned short>(1, 400);
     const std::string text = in.ConsumeRandomLengthString();
 
     const size_t buffer_size = std::max<size_t>(1, text.size() + room);
@@ -73,13 +86,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (sim_card_init() != 0) {
         __builtin_trap();
     }
-    read_into(file, name.c_str(), dest_len);
+    // Each rewrite adds at most the name, the value and its work room.
+    const size_t whole = file_size + 2 * (name.size() + other.size() + value.size() + 1024) + 1;
+    const Reader reader{file, whole, cap};
+    reader.read(name.c_str());
     sim_card_write_param(kDir, file, name.c_str(), value.c_str(), 0);
-    read_into(file, other.c_str(), dest_len);
+    reader.read(other.c_str());
     sim_card_write_param(kDir, file, other.c_str(), value.c_str(), 0);
     hal_saveToSim();
-    read_into(file, name.c_str(), dest_len);
-    char small[4] = {};
-    simcard_ReadParamFromFile(file, 0, other.c_str(), small, static_cast<int>(sizeof small));
+    reader.read(name.c_str());
     return 0;
 }
