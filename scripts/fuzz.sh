@@ -78,7 +78,9 @@ cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)" --target fuzz
 
 out=out/fuzz
 mkdir -p "$out/artifacts"
-export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}"
+# A smaller quarantine and no fill of new blocks: the document and card
+# targets allocate much per input, and run a third faster so.
+export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:quarantine_size_mb=32:max_malloc_fill_size=0}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
 
 # libFuzzer's last status line ("#N DONE cov: C ft: F ...") as one line.
