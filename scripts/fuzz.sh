@@ -72,7 +72,7 @@ cd "$(dirname "$0")/.."
 ./scripts/install-deps.sh clang libclang-rt-dev
 
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DSIMCARD_FUZZ=ON -DSIMCARD_BUILD_TESTS=OFF -DSIMCARD_BUILD_BENCH=OFF \
+    -DSIMCARD_FUZZ=ON -DBUILD_TESTING=OFF \
     -DSIMCARD_BUILD_TOOLS=OFF >/dev/null
 cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)" --target fuzz
 
