@@ -60,7 +60,7 @@ bool read_number(const std::string &pattern, size_t &at) {
 }
 
 // The kinds of the conversions in pattern (true for a text), or false when it
-// holds a "%" sequence that is no such well-defined specification for
+// holds a "%" sequence that is no such well-defined conversion for
 // snprintf: %[flags][width][.precision] and one of d i u o x X c s, with '#'
 // only for o x X, '0' only for numbers other than c, a precision not for c.
 bool conversions(const std::string &pattern, std::vector<bool> &texts) {
