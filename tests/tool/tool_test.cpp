@@ -792,13 +792,15 @@ TEST_F(Tool, BashCompletesCommandsOptionsFilesAndPaths) {
     };
     const std::string tool = SIMCARDCTL;
     EXPECT_EQ("card\n", complete({tool, "--virtual", image_, "ca"}));
-    EXPECT_EQ("cat\n", complete({tool, "card", "c"}));
+    EXPECT_EQ("cat\ncheck\n", complete({tool, "card", "c"}));
     EXPECT_EQ("--version\n", complete({tool, "--vers"}));
     EXPECT_EQ(kServer + "\n", complete({tool, "--virtual", "=", image_, "get", kIgd + "Manag"}));
     EXPECT_EQ(kUrl + "\n" + kUser + "\n",
               complete({tool, "--virtual", image_, "sync", "--", "set", kServer + "U"}));
     EXPECT_EQ("", complete({tool, "--virtual", image_, "set", kUrl, "h"})) << "a value";
     EXPECT_TRUE(has(complete({tool, "--virtual", image_, "card", "cat", "6F0"}), "6F04\n6F05\n"));
+    EXPECT_EQ("repair\nreset\n", complete({tool, "card", "re"}));
+    EXPECT_TRUE(has(complete({tool, "--virtual", image_, "card", "repair", "6F0"}), "6F05\n"));
 }
 
 }  // namespace
