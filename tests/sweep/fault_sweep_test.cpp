@@ -6,7 +6,6 @@
 // uncommitted files dirty, and carry on as defined once the card is healthy.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstring>
 #include <iostream>
 #include <optional>
@@ -648,23 +647,7 @@ TEST_P(FaultSweep, EveryCommandFailsInEveryWayWithTheDefinedOutcome) {
     RecordProperty("injections", static_cast<int>(total));
 }
 
-std::vector<std::string> names() {
-    std::vector<std::string> all;
-    for (const Operation &op : operations()) {
-        all.push_back(op.name);
-    }
-    return all;
-}
-
-std::string test_name(const ::testing::TestParamInfo<std::string> &info) {
-    std::string name;
-    for (char c : info.param) {
-        name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Operations, FaultSweep, ::testing::ValuesIn(names()), test_name);
+INSTANTIATE_TEST_SUITE_P(Operations, FaultSweep, ::testing::ValuesIn(operation_names()), test_name);
 
 }  // namespace
 }  // namespace simcard::sweep

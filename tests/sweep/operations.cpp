@@ -1,5 +1,6 @@
 #include "tests/sweep/operations.h"
 
+#include <cctype>
 #include <cstring>
 #include <stdexcept>
 
@@ -224,6 +225,24 @@ std::vector<Operation> make() {
 const std::vector<Operation> &operations() {
     static const std::vector<Operation> all = make();
     return all;
+}
+
+std::vector<std::string> operation_names(const std::function<bool(const Operation &)> &which) {
+    std::vector<std::string> names;
+    for (const Operation &op : operations()) {
+        if (!which || which(op)) {
+            names.push_back(op.name);
+        }
+    }
+    return names;
+}
+
+std::string test_name(const ::testing::TestParamInfo<std::string> &info) {
+    std::string name;
+    for (char c : info.param) {
+        name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    }
+    return name;
 }
 
 const Operation &operation(const std::string &name) {

@@ -404,6 +404,15 @@ std::vector<Write> sync_writes() {
     return writes;
 }
 
+std::vector<std::string> unrewritable(const std::string &text) {
+    const bool open = text.find('<') != std::string::npos;
+    if (text.empty() || (open && text.rfind('>') != std::string::npos)) {
+        return {};
+    }
+    return {(open ? "simcard conten failed " : "simcard content failed ") + text,
+            "[hal] sim_card_write_param: sim_combin_new_file_value error"};
+}
+
 SyncOutcome expected_sync(const std::vector<Write> &writes, const vcard::VirtualCard &card) {
     SyncOutcome outcome;
     std::vector<uint16_t> met;  // files whose first record was written
@@ -413,19 +422,15 @@ SyncOutcome expected_sync(const std::vector<Write> &writes, const vcard::Virtual
             continue;
         }
         met.push_back(w.file);
-        const std::string text = card.text(w.file);
-        const bool no_open = text.find('<') == std::string::npos;
-        if (text.empty() || (!no_open && text.rfind('>') != std::string::npos)) {
+        std::vector<std::string> lines = unrewritable(card.text(w.file));
+        if (lines.empty()) {
             continue;
         }
-        outcome.rc = -1;
-        outcome.stop = w.file;
-        outcome.lines = {
-            (no_open ? "simcard content failed " : "simcard conten failed ") + text,
-            "[hal] sim_card_write_param: sim_combin_new_file_value error",
+        lines.push_back(
             format("[sal] simcard_syncData2Sim: file id 0x%04x %s write param error...value=%s",
-                   w.file, w.name.c_str(), w.value.c_str())};
-        return outcome;
+                   w.file, w.name.c_str(), w.value.c_str()));
+        outcome = {-1, lines, w.file};
+        break;
     }
     return outcome;
 }

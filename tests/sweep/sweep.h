@@ -114,6 +114,10 @@ struct Write {
 std::vector<Write> sync_writes();
 std::vector<uint16_t> dirty_files();
 
+// The lines of a record rewrite that finds no record in `text` ("<" or ">"
+// missing); none when it finds one or the text is empty.
+std::vector<std::string> unrewritable(const std::string &text);
+
 // What a synchronisation on a healthy card gives: it stops with -1 at the
 // first dirty file whose card text has no record to rewrite ("<" or ">"
 // missing), and commits every dirty file before it.
