@@ -237,12 +237,12 @@ std::vector<std::string> operation_names(const std::function<bool(const Operatio
     return names;
 }
 
-std::string test_name(const ::testing::TestParamInfo<std::string> &info) {
-    std::string name;
-    for (char c : info.param) {
-        name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+std::string identifier(const std::string &name) {
+    std::string id;
+    for (char c : name) {
+        id += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
     }
-    return name;
+    return id;
 }
 
 const Operation &operation(const std::string &name) {

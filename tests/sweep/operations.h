@@ -3,8 +3,6 @@
 #ifndef SIMCARD_TESTS_SWEEP_OPERATIONS_H
 #define SIMCARD_TESTS_SWEEP_OPERATIONS_H
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 #include <vector>
@@ -41,8 +39,8 @@ const Operation &operation(const std::string &name);
 // Names of all operations, or of those `which` takes.
 std::vector<std::string> operation_names(
     const std::function<bool(const Operation &)> &which = nullptr);
-// An operation's name as a test's name.
-std::string test_name(const ::testing::TestParamInfo<std::string> &info);
+// An operation's name as part of a test's name.
+std::string identifier(const std::string &name);
 
 // The value the first get asks for, and the file it lives in.
 extern const char *const kGetPath;

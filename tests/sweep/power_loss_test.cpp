@@ -288,7 +288,9 @@ INSTANTIATE_TEST_SUITE_P(Operations, PowerLoss,
                          ::testing::ValuesIn(operation_names([](const Operation &op) {
                              return static_cast<bool>(op.write_failed);
                          })),
-                         test_name);
+                         [](const ::testing::TestParamInfo<std::string> &p) {
+                             return identifier(p.param);
+                         });
 
 }  // namespace
 }  // namespace simcard::sweep

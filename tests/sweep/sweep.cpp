@@ -169,6 +169,18 @@ std::string Trace::sent(const Call &save) const {
     return text;
 }
 
+const char *kind_name(FailKind kind) {
+    switch (kind) {
+        case FailKind::kIoctl:
+            return "ioctl";
+        case FailKind::kStatus:
+            return "status";
+        case FailKind::kOffline:
+            return "offline";
+    }
+    return "";
+}
+
 std::string Failure::name() const {
     switch (kind) {
         case FailKind::kIoctl:

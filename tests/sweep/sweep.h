@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,8 @@ struct Trace {
 };
 
 enum class FailKind { kIoctl, kStatus, kOffline };
+const char *kind_name(FailKind kind);  // "ioctl", "status", "offline"
+inline void PrintTo(FailKind kind, std::ostream *out) { *out << kind_name(kind); }
 
 struct Failure {
     FailKind kind;
