@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 ./scripts/install-deps.sh
 
 cmake -S . -B build-demo -DCMAKE_BUILD_TYPE=Release \
-    -DSIMCARD_BUILD_TESTS=OFF -DSIMCARD_BUILD_BENCH=OFF >/dev/null
+    -DBUILD_TESTING=OFF >/dev/null
 cmake --build build-demo -j"$(nproc 2>/dev/null || echo 2)" --target simcardctl
 
 work=out/demo

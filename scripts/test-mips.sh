@@ -38,12 +38,12 @@ cmake --build build-mipsel -j"$jobs"
 lap "mipsel build"
 
 echo "== mipsel: tests under qemu-mipsel"
-# simcardctl's tests start the tool with fork and exec; qemu-user follows an
-# exec into a MIPS program only where the kernel knows MIPS programs
-# (binfmt_misc), which CI lacks. They run in the host builds.
+# The tests of simcardctl and of the example program start them with fork and
+# exec; qemu-user follows an exec into a MIPS program only where the kernel
+# knows MIPS programs (binfmt_misc), which CI lacks. They run in the host builds.
 skip=""
 if [ ! -e /proc/sys/fs/binfmt_misc/qemu-mipsel ]; then
-    skip='^tool\.'
+    skip='^(tool|example)\.'
 fi
 (cd build-mipsel && ctest --output-on-failure -j"$jobs" ${skip:+-E "$skip"})
 lap "mipsel tests"
@@ -56,7 +56,7 @@ rm -rf "$stage"
 cp -a "$sysroot" "$stage"
 cmake -S . -B build-mipsel-pkg -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/mipsel-linux-gnu.cmake \
     -DCMAKE_BUILD_TYPE=MinSizeRel -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR=lib \
-    -DSIMCARD_BUILD_TESTS=OFF -DSIMCARD_BUILD_BENCH=OFF >/dev/null
+    -DBUILD_TESTING=OFF >/dev/null
 cmake --build build-mipsel-pkg -j"$jobs" >/dev/null
 DESTDIR=$stage cmake --install build-mipsel-pkg >/dev/null
 for f in usr/lib/libsimcard.so usr/include/simcard.h usr/lib/pkgconfig/libsimcard.pc; do

@@ -146,6 +146,20 @@ int VirtualPlatform::led_set(void *request) {
 
 // ---- sandbox ----------------------------------------------------------------
 
+void prepare_sandbox(const std::string &sandbox, const std::string &config) {
+    namespace fs = std::filesystem;
+    for (const char *fixed : {SIMCARD_PATH_CONFIG, SIMCARD_PATH_LOG, SIMCARD_PATH_MEMDUMP}) {
+        fs::create_directories(fs::path(sandbox + fixed).parent_path());
+    }
+    if (config.empty()) {
+        return;
+    }
+    if (!fs::exists(config)) {
+        throw std::runtime_error("cannot read configuration document " + config);
+    }
+    fs::copy_file(config, sandbox + SIMCARD_PATH_CONFIG, fs::copy_options::overwrite_existing);
+}
+
 ScopedSandbox::ScopedSandbox() {
     std::error_code ec;
     std::filesystem::path base = std::filesystem::temp_directory_path(ec);

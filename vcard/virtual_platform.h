@@ -86,6 +86,11 @@ private:
     std::vector<std::array<int, 3>> led_requests_;
 };
 
+// Gets the directory `sandbox` ready to stand for "/": the directories of the
+// library's fixed paths and, when `config` names a file, a copy of it as the
+// configuration document. Throws std::runtime_error.
+void prepare_sandbox(const std::string &sandbox, const std::string &config = {});
+
 // A fresh temporary directory, removed with everything in it on destruction.
 class ScopedSandbox {
 public:

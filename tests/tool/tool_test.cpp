@@ -1,16 +1,14 @@
 // simcardctl as a firmware engineer runs it: a process, a card image, a
 // configuration document, standard output, standard error and an exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/process.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
 
@@ -18,21 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string slurp(int fd) {
-    std::string text;
-    std::array<char, 4096> buf;
-    ssize_t n;
-    while ((n = read(fd, buf.data(), buf.size())) > 0) {
-        text.append(buf.data(), static_cast<size_t>(n));
-    }
-    return text;
-}
+using Result = simcard::testing::ProcessResult;
 
 std::string file_text(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
@@ -56,40 +40,7 @@ protected:
             argv.insert(argv.end(), {"--virtual", image_, "--config", config_});
         }
         argv.insert(argv.end(), args.begin(), args.end());
-        return exec(argv);
-    }
-
-    static Result exec(const std::vector<std::string> &argv) {
-        int out[2];
-        int err[2];
-        if (pipe(out) != 0 || pipe(err) != 0) {
-            ADD_FAILURE() << "pipe";
-            return {};
-        }
-        const pid_t pid = fork();
-        if (pid == 0) {
-            dup2(out[1], STDOUT_FILENO);
-            dup2(err[1], STDERR_FILENO);
-            close(out[0]);
-            close(err[0]);
-            std::vector<char *> cargv;
-            for (const auto &a : argv) cargv.push_back(const_cast<char *>(a.c_str()));
-            cargv.push_back(nullptr);
-            execv(cargv[0], cargv.data());
-            _exit(127);
-        }
-        close(out[1]);
-        close(err[1]);
-        Result r;
-        // Standard error is small; read it after standard output.
-        r.out = slurp(out[0]);
-        r.err = slurp(err[0]);
-        close(out[0]);
-        close(err[0]);
-        int status = 0;
-        waitpid(pid, &status, 0);
-        r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return r;
+        return simcard::testing::run(argv);
     }
 
     simcard::vcard::VirtualCard card_after() const {
@@ -166,11 +117,12 @@ TEST_F(Tool, ErrorsExitNonZeroAndChangeNothing) {
     EXPECT_EQ(1, r.status);
     EXPECT_EQ(before, file_text(image_));
 
-    r = exec({SIMCARDCTL, "--virtual", sandbox_.path("missing.img"), "get", "X"});
+    r = simcard::testing::run({SIMCARDCTL, "--virtual", sandbox_.path("missing.img"), "get", "X"});
     EXPECT_EQ(1, r.status);
     EXPECT_NE(std::string::npos, r.err.find("cannot read card image"));
 
-    r = exec({SIMCARDCTL, "--virtual", image_, "--config", sandbox_.path("none.xml"), "sync"});
+    r = simcard::testing::run(
+        {SIMCARDCTL, "--virtual", image_, "--config", sandbox_.path("none.xml"), "sync"});
     EXPECT_EQ(1, r.status);
     EXPECT_NE(std::string::npos, r.err.find("cannot read configuration document"));
 

@@ -153,16 +153,7 @@ int run(const Options &o) {
         }
         before = image_text(*card);
         const std::string sandbox = o.sandbox ? *o.sandbox : *o.image + ".d";
-        fs::create_directories(fs::path(sandbox) / "etc");
-        fs::create_directories(fs::path(sandbox) / "logs");
-        fs::create_directories(fs::path(sandbox) / "tmp");
-        if (o.config) {
-            if (!fs::exists(*o.config)) {
-                throw tool::Failure("cannot read configuration document " + *o.config);
-            }
-            fs::copy_file(*o.config, fs::path(sandbox) / "etc/simcardconfig.xml",
-                          fs::copy_options::overwrite_existing);
-        }
+        vcard::prepare_sandbox(sandbox, o.config.value_or(""));
         virt = std::make_unique<vcard::VirtualPlatform>(*card, sandbox);
         std::fprintf(stderr, "simcardctl: sandbox %s\n", sandbox.c_str());
     }

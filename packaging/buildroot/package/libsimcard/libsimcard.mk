@@ -13,8 +13,6 @@ LIBSIMCARD_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude='/build*' --exclude=/out
 LIBSIMCARD_LICENSE = Proprietary
 LIBSIMCARD_INSTALL_STAGING = YES
 LIBSIMCARD_DEPENDENCIES = libupnp openssl
-LIBSIMCARD_CONF_OPTS = \
-	-DSIMCARD_BUILD_TESTS=OFF \
-	-DSIMCARD_BUILD_BENCH=OFF
+# cmake-package configures with BUILD_TESTING=OFF: no tests, no benchmarks.
 
 $(eval $(cmake-package))
