@@ -6,7 +6,6 @@
 // its closing ">" stops there with -1.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -16,6 +15,7 @@
 #include <set>
 
 #include "simcard.h"
+#include "tests/support/process.h"
 #include "tests/sweep/operations.h"
 #include "tests/sweep/served.h"
 
@@ -43,33 +43,22 @@ const std::map<uint16_t, Touch> kTouch = {
 
 // The new process's report.
 struct Restart {
-    int status = -1;
-    std::string out;  // the library's console output
+    testing::ProcessResult process;  // the library's messages on standard output
     int init = -9;
     int sync = -9;
     std::map<std::string, int> sets;
     ServedMap served;
 };
 
-std::string quoted(const std::string &arg) { return "'" + arg + "'"; }
-
 Restart restart(const vcard::ScopedSandbox &root,
                 const std::vector<std::pair<std::string, std::string>> &sets) {
-    std::string command = quoted(RESTART_PROBE) + " " + quoted(root.path("card.img")) + " " +
-                          quoted(root.path()) + " " + quoted(root.path("report"));
+    std::vector<std::string> argv = {RESTART_PROBE, root.path("card.img"), root.path(),
+                                     root.path("report")};
     for (const auto &[path, value] : sets) {
-        command += " " + quoted(path) + " " + quoted(value);
+        argv.insert(argv.end(), {path, value});
     }
     Restart r;
-    FILE *pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        return r;
-    }
-    char buf[4096];
-    for (size_t n; (n = std::fread(buf, 1, sizeof buf, pipe)) > 0;) {
-        r.out.append(buf, n);
-    }
-    r.status = ::pclose(pipe);
+    r.process = testing::run(argv);
     std::ifstream report(root.path("report"));
     for (std::string word; report >> word;) {
         if (word == "init" || word == "sync") {
@@ -127,8 +116,8 @@ protected:
         EXPECT_EQ(0, simcard_syncData2Sim());
         captured();
         base_ = card;
+        vcard::prepare_sandbox(root_.path());
         root_.write_file(SIMCARD_PATH_CONFIG, testing::sample_text("simcardconfig.xml"));
-        root_.make_dirs("/logs");
     }
 
     // What a healthy start-up on `image` serves.
@@ -236,17 +225,18 @@ protected:
             const std::string text = card.text(file);
             if (const auto lines = unrewritable(text); !lines.empty()) {
                 rc = -1;
-                EXPECT_EQ("", missing_blocks(lines_of(r.out), {lines})) << r.out;
-                EXPECT_NE(std::string::npos,
-                          r.out.find(format("[sal] simcard_syncData2Sim: file id 0x%04x ", file)))
-                    << "no write param error: " << r.out;
+                EXPECT_EQ("", missing_blocks(lines_of(r.process.out), {lines})) << r.process.out;
+                EXPECT_NE(
+                    std::string::npos,
+                    r.process.out.find(format("[sal] simcard_syncData2Sim: file id 0x%04x ", file)))
+                    << "no write param error: " << r.process.out;
                 EXPECT_EQ(text, synced.text(file)) << "the torn file is left as it is";
             } else {
                 EXPECT_EQ(touch.card, records(synced.text(file))[touch.record])
                     << hex(file) << " committed";
             }
         }
-        EXPECT_EQ(rc, r.sync) << r.out;
+        EXPECT_EQ(rc, r.sync) << r.process.out;
     }
 
     vcard::VirtualCard base_;
@@ -274,7 +264,7 @@ TEST_P(PowerLoss, ANewProcessOnTheCardACutLeftServesWhatItKeptAndStopsAtATornRec
             }
         }
         const Restart r = restart(root_, sets);
-        ASSERT_EQ(0, r.status) << r.out;
+        ASSERT_EQ(0, r.process.status) << r.process.out << r.process.err;
         EXPECT_EQ(0, r.init);
         check_values(p, r, torn, landed);
         check_sync(r);
