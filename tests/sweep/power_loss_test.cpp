@@ -39,6 +39,9 @@ const std::map<uint16_t, Touch> kTouch = {
      {"InternetGatewayDevice.LANDevice.1.LANHostConfigManagement.DHCPServerEnable", "false", "P00",
       "0"}},
     {0x6F08, {kGetPath, "after-cut@isp", "P14", "after-cut@isp"}},
+    {0x6F0A,
+     {"InternetGatewayDevice.WANDevice.1.WANConnectionDevice.4.WANIPConnection.1.Name", "after-cut",
+      "P04", "after-cut"}},
 };
 
 // The new process's report.
@@ -106,7 +109,9 @@ struct Plan {
 class PowerLoss : public Bench, public ::testing::WithParamInterface<std::string> {
 protected:
     // The sample card after a healthy synchronisation made 6F08's record
-    // text longer than one chunk, so that its deletion can be torn too.
+    // text longer than one chunk, so that its deletion can be torn too; and
+    // with 6F0A, a free WAN file, holding a record just under one chunk, so
+    // that the index a new connection writes there takes it past one.
     void SetUp() override {
         fresh(sample_);
         capture();
@@ -115,6 +120,16 @@ protected:
         EXPECT_EQ(0, simcard_setParamValueByUri(kGetPath, user.c_str()));
         EXPECT_EQ(0, simcard_syncData2Sim());
         captured();
+        std::string text = card.text(0x6F0A);
+        for (const auto &[from, to] :
+             {std::pair<std::string, std::string>{"P10=FF", R"(P10="10.10.4.20")"},
+              {"P11=FF", R"(P11="255.255.255.0")"},
+              {"P13=FF", R"(P13="10.10.0.1,10.10.0.2")"}}) {
+            text.replace(text.find(from), from.size(), to);
+        }
+        const std::string name = "4_VOIP_R_VID_43";
+        text.replace(text.find(name), name.size(), name + std::string(197 - text.size(), '_'));
+        card.add_file(0x6F0A, card.file(0x6F0A)->contents.size(), text, std::nullopt, true);
         base_ = card;
         vcard::prepare_sandbox(root_.path());
         root_.write_file(SIMCARD_PATH_CONFIG, testing::sample_text("simcardconfig.xml"));
