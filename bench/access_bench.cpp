@@ -1,5 +1,6 @@
-// Parameter access by path over a large generated document: 200 card files
-// of 25 parameters each (5 000 paths) on a virtual card, in a sandbox.
+// Parameter access by path over a large generated document (bench/generated.h:
+// 200 card files of 25 parameters, 5 000 paths) on a virtual card, in a
+// sandbox.
 //
 //   CachedGet        simcard_getParamValueByUri of one loaded parameter
 //   WarmSweep        a get of every parameter, all files loaded
@@ -8,166 +9,31 @@
 //
 // The log is written as on the gateway (one line per get); it is emptied
 // between timed runs.
+//
+// Instead of timing:
+//   --instructions   runs itself under callgrind and prints the instructions
+//                    per cached get, by plain walk and by the library
+//   --traffic        prints the card-traffic table of the sample card
+//                    (card_traffic.h)
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <memory>
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "bench/card_traffic.h"
+#include "bench/world.h"
 #include "sal/param_index.h"
 #include "sal/xml.h"
 #include "simcard.h"
-#include "vcard/virtual_card.h"
-#include "vcard/virtual_platform.h"
-
-namespace {
-
-const simcard_platform *g_table = nullptr;
-
-}  // namespace
-
-extern "C" const simcard_platform *simcard_platform_override(void) { return g_table; }
 
 namespace {
 
 using namespace simcard;
+using bench::World;
 
-constexpr int kFiles = 200;
-constexpr int kParamsPerFile = 25;
-constexpr int kLastParam = kFiles * kParamsPerFile - 1;
-constexpr int kFileSize = 512;
-constexpr int kVlanFile = 0x6F90;
-
-// Ids a file element can have, less the demo files of multi-instance objects
-// (start-up would make templates of them) and the VLAN binding file.
-std::vector<int> file_ids() {
-    const std::vector<int> reserved = {0x6F07, 0x6F17, 0x6F2B, 0x6F38, 0x6F40, 0x6F48,
-                                       0x6F54, 0x6F5C, 0x6F63, 0x6F64, 0x6F96, kVlanFile};
-    std::vector<int> ids;
-    for (int id = 0x6F04; id <= 0x6FDA && static_cast<int>(ids.size()) < kFiles; ++id) {
-        bool skip = false;
-        for (int r : reserved) skip = skip || r == id;
-        if (!skip) ids.push_back(id);
-    }
-    return ids;
-}
-
-std::string hex(int id) {
-    char text[8];
-    std::snprintf(text, sizeof text, "%04X", id);
-    return text;
-}
-
-std::string record_name(int j) {
-    char text[8];
-    std::snprintf(text, sizeof text, "P%02d", j);
-    return text;
-}
-
-std::string path_of(int file, int param) {
-    return "InternetGatewayDevice.Bench.File." + std::to_string(file + 1) + ".Param" +
-           std::to_string(param);
-}
-
-// Everything a run needs, made once: sandbox, card, document, start-up.
-class World {
-public:
-    static World &get() {
-        static World world;
-        return world;
-    }
-
-    const std::vector<std::string> &paths() const { return paths_; }
-    const std::vector<IXML_Node *> &files() const { return files_; }
-
-    void clear_log() const { sandbox_.write_file(SIMCARD_PATH_LOG, ""); }
-
-    // Without its directory the log cannot be opened and nothing is written.
-    void set_log_present(bool present) const {
-        if (present) {
-            clear_log();
-        } else {
-            std::filesystem::remove_all(sandbox_.path("/logs"));
-        }
-    }
-
-    // Every file element back to "not loaded".
-    void unload_all() const {
-        for (IXML_Node *file : files_) sal::xml::set_attr(file, "wf", "0");
-    }
-
-private:
-    World() : platform_(card_, sandbox_.path()) {
-        g_table = platform_.table();
-        std::string doc = "<?xml version=\"1.0\"?>\n<SimCardConfig>\n";
-        const std::vector<int> ids = file_ids();
-        for (int f = 0; f < kFiles; ++f) {
-            std::string record = "<";
-            doc += "<File" + std::to_string(f) + " n=\"" + hex(ids[f]) + "\" a=\"EF\" ml=\"" +
-                   std::to_string(kFileSize) + "\" wf=\"0\">\n";
-            for (int j = 0; j < kParamsPerFile; ++j) {
-                const std::string path = path_of(f, j);
-                paths_.push_back(path);
-                std::string rule;
-                std::string value;
-                switch (j % 5) {
-                    case 0:
-                        rule = " simv2dbv=\"0=false;1=true\"";
-                        value = "1";
-                        break;
-                    case 1:
-                        value = "x";
-                        break;  // no rule: the value stays empty
-                    default:
-                        rule = " simv2dbv=\"\"";
-                        value = "v" + std::to_string(f) + "_" + std::to_string(j);
-                }
-                doc += "  <Param" + std::to_string(j) + " n=\"" + record_name(j) +
-                       "\" a=\"PARAM\" ml=\"16\" rw=\"RW\" uri=\"" + path + "\"" + rule + "/>\n";
-                record += (j > 0 ? " " : "") + record_name(j) + "=\"" + value + "\"";
-            }
-            doc += "</File" + std::to_string(f) + ">\n";
-            record += ">";
-            card_.add_file(static_cast<uint16_t>(ids[f]), kFileSize, record, {}, true);
-        }
-        doc += "<VlanBind n=\"6F90\" a=\"EF\" ml=\"160\" wf=\"0\">\n";
-        for (int j = 0; j < 4; ++j) {
-            doc += "  <V" + std::to_string(j) + " n=\"" + record_name(j) +
-                   "\" a=\"PARAM\" ml=\"64\" rw=\"RW\" uri=\"*DEL*\"/>\n";
-        }
-        doc += "</VlanBind>\n</SimCardConfig>\n";
-        card_.add_file(kVlanFile, 160, R"(<P00="1" P01="1/41;2/41" P02="1" P03="1/41">)", {}, true);
-        sandbox_.write_file(SIMCARD_PATH_CONFIG, doc);
-        clear_log();
-
-        std::fflush(stdout);
-        if (simcard_init() != 0) {
-            std::fprintf(stderr, "simcard_init failed\n");
-            std::abort();
-        }
-        for (IXML_Node *node : sal::xml::child_elements(ct_simcfg_root)) {
-            if (sal::xml::attr_is(node, "a", "EF") && !sal::xml::attr_is(node, "n", "6F90")) {
-                files_.push_back(node);
-            }
-        }
-        // Every path must answer before anything is timed.
-        for (const std::string &path : paths_) {
-            if (simcard_getParamValueByUri(path.c_str()) == nullptr) {
-                std::fprintf(stderr, "no value for %s\n", path.c_str());
-                std::abort();
-            }
-        }
-        clear_log();
-    }
-
-    vcard::ScopedSandbox sandbox_;
-    vcard::VirtualCard card_;
-    vcard::VirtualPlatform platform_;
-    std::vector<std::string> paths_;
-    std::vector<IXML_Node *> files_;
-};
+constexpr int kLastParam = bench::kPaths - 1;
 
 // The log grows by one line per get: empty it now and then, untimed.
 void trim_log(benchmark::State &state, long i) {
@@ -188,7 +54,7 @@ void CachedGet(benchmark::State &state) {
     }
 }
 // The first, a middle and the last parameter of the document.
-BENCHMARK(CachedGet)->Arg(0)->Arg(kFiles *kParamsPerFile / 2)->Arg(kFiles *kParamsPerFile - 1);
+BENCHMARK(CachedGet)->Arg(0)->Arg(bench::kPaths / 2)->Arg(kLastParam);
 
 // The same without the log line that findParamNodeByUri writes per get.
 void CachedGetNoLog(benchmark::State &state) {
@@ -200,7 +66,7 @@ void CachedGetNoLog(benchmark::State &state) {
     }
     world.set_log_present(true);
 }
-BENCHMARK(CachedGetNoLog)->Arg(0)->Arg(kFiles *kParamsPerFile - 1);
+BENCHMARK(CachedGetNoLog)->Arg(0)->Arg(kLastParam);
 
 void WarmSweep(benchmark::State &state) {
     World &world = World::get();
@@ -262,4 +128,18 @@ BENCHMARK_TEMPLATE(LookupSweep, sal::first_param_with_uri_walk)->Unit(benchmark:
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    if (argc == 2 && std::strcmp(argv[1], "--instructions") == 0) {
+        return bench::print_instructions(argv[0]);
+    }
+    if (argc == 2 && std::strcmp(argv[1], "--traffic") == 0) {
+        return bench::print_traffic_table(stdout, bench::install) ? 0 : 1;
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 2;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -19,6 +19,12 @@ int real_ioctl(void *, int fd, unsigned long request, void *arg) {
     return ::ioctl(fd, request, arg);
 }
 
+ssize_t real_write(void *, int fd, const void *buf, size_t count) {
+    return ::write(fd, buf, count);
+}
+
+int real_close(void *, int fd) { return ::close(fd); }
+
 int real_usleep(void *, unsigned int usec) { return ::usleep(usec); }
 
 unsigned int real_sleep(void *, unsigned int seconds) { return ::sleep(seconds); }
@@ -36,8 +42,8 @@ int real_led_set(void *, void *request) {
 }
 
 constexpr simcard_platform kReal = {
-    nullptr,           real_open,   real_ioctl, real_usleep,  real_sleep,
-    real_gettimeofday, real_access, real_fopen, real_resolve, real_led_set,
+    nullptr,    real_open,         real_ioctl,  real_write, real_close,   real_usleep,
+    real_sleep, real_gettimeofday, real_access, real_fopen, real_resolve, real_led_set,
 };
 
 }  // namespace

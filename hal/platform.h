@@ -14,6 +14,7 @@
 
 #include <stdio.h>
 #include <sys/time.h>
+#include <sys/types.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -30,6 +31,9 @@ struct simcard_platform {
     void *ctx; /* handed back to every call */
     int (*open)(void *ctx, const char *path, int flags, int mode);
     int (*ioctl)(void *ctx, int fd, unsigned long request, void *arg);
+    /* Output to a file opened with open (the log). */
+    ssize_t (*write)(void *ctx, int fd, const void *buf, size_t count);
+    int (*close)(void *ctx, int fd);
     int (*usleep)(void *ctx, unsigned int usec);
     unsigned int (*sleep)(void *ctx, unsigned int seconds);
     int (*gettimeofday)(void *ctx, struct timeval *tv);
@@ -67,6 +71,14 @@ inline int open(const char *path, int flags, int mode) {
 inline int ioctl(int fd, unsigned long request, void *arg) {
     const simcard_platform &p = get();
     return p.ioctl(p.ctx, fd, request, arg);
+}
+inline ssize_t write(int fd, const void *buf, size_t count) {
+    const simcard_platform &p = get();
+    return p.write(p.ctx, fd, buf, count);
+}
+inline int close(int fd) {
+    const simcard_platform &p = get();
+    return p.close(p.ctx, fd);
 }
 inline int usleep(unsigned int usec) {
     const simcard_platform &p = get();

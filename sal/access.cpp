@@ -37,30 +37,37 @@ bool has_letter(const char *text, char letter) {
 }
 
 // The parameter's file element and what the get and the set need of it: the
-// file id ("n", hexadecimal) and the file size ("ml", decimal).
+// file id ("n", hexadecimal) and the file size ("ml", decimal). Parsed only
+// when used: a get answered from memory uses neither.
 struct FileOf {
     IXML_Node *element = nullptr;
-    int id = 0;
-    int size = 0;
+    const char *id_text = nullptr;
+    const char *size_text = nullptr;
+
+    int id() const { return to_int(id_text, 16); }
+    int size() const { return to_int(size_text, 10); }
 };
+
+// "wf" read as a decimal number is not 0: the tree holds the file's values.
+// A leading digit 1 to 9 settles it without strtol, on every cached get.
+bool held_in_memory(const char *wf) {
+    return (wf[0] >= '1' && wf[0] <= '9') || to_int(wf, 10) != 0;
+}
 
 // Reads the parent file element's "n" and "ml", logging under func what is
 // missing.
 bool file_of(IXML_Node *param, const char *func, FileOf &file) {
     file.element = param != nullptr ? ixmlNode_getParentNode(param) : nullptr;
-    const std::string tag(xml::tag(file.element));
-    const char *id = xml::attr_cstr(file.element, "n");
-    if (id == nullptr) {
-        SAL_LOG(func, "%s get file_id failed!\n", tag.c_str());
+    file.id_text = xml::attr_cstr(file.element, "n");
+    if (file.id_text == nullptr) {
+        SAL_LOG(func, "%s get file_id failed!\n", xml::tag_name(file.element));
         return false;
     }
-    const char *size = xml::attr_cstr(file.element, "ml");
-    if (size == nullptr) {
-        SAL_LOG(func, "%s get file_len failed!\n", tag.c_str());
+    file.size_text = xml::attr_cstr(file.element, "ml");
+    if (file.size_text == nullptr) {
+        SAL_LOG(func, "%s get file_len failed!\n", xml::tag_name(file.element));
         return false;
     }
-    file.id = to_int(id, 16);
-    file.size = to_int(size, 10);
     return true;
 }
 
@@ -125,7 +132,7 @@ IXML_Node *find_param(const char *uri) {
     }
     IXML_Node *param = first_param_with_uri(ct_simcfg_root, uri);
     if (param != nullptr) {
-        SAL_LOG(kFunc, "filed node name=%s\n", std::string(xml::tag(param)).c_str());
+        SAL_LOG(kFunc, "filed node name=%s\n", xml::tag_name(param));
     }
     return param;
 }
@@ -137,14 +144,14 @@ int load_param(IXML_Node *param) {
         std::printf("Get Attribute rw failed or is not readable. rw=%s\n", or_null_word(rw));
         return -1;
     }
-    const std::string tag(xml::tag(param));
+    const char *tag = xml::tag_name(param);
     const char *kind = xml::attr_cstr(param, "a");
     if (kind == nullptr) {
-        SAL_LOG(kFunc, "get %s attribute failed!\n", tag.c_str());
+        SAL_LOG(kFunc, "get %s attribute failed!\n", tag);
         return -1;
     }
     if (std::strcmp(kind, "PARAM") != 0) {
-        SAL_LOG(kFunc, "%s is not PARAM!\n", tag.c_str());
+        SAL_LOG(kFunc, "%s is not PARAM!\n", tag);
         return -1;
     }
     FileOf file;
@@ -153,11 +160,11 @@ int load_param(IXML_Node *param) {
     }
     // Neither is used further; both must be there.
     if (xml::attr_cstr(param, "n") == nullptr) {
-        SAL_LOG(kFunc, "%s get paramid failed!\n", tag.c_str());
+        SAL_LOG(kFunc, "%s get paramid failed!\n", tag);
         return -1;
     }
     if (xml::attr_cstr(param, "ml") == nullptr) {
-        SAL_LOG(kFunc, "%s get param length failed!\n", tag.c_str());
+        SAL_LOG(kFunc, "%s get param length failed!\n", tag);
         return -1;
     }
     const char *wf = xml::attr_cstr(file.element, "wf");
@@ -165,22 +172,23 @@ int load_param(IXML_Node *param) {
         std::puts("wf is NULL");
         return -1;
     }
-    if (to_int(wf, 10) != 0) {
+    if (held_in_memory(wf)) {
         return 0;  // loaded ("1") or changed in memory ("2"): the tree has it
     }
 
+    const int id = file.id();
+    const int size = file.size();
     // One byte more than the file, so that the text is always terminated.
     std::unique_ptr<char, FreeDeleter> text(
-        file.size >= 0 ? static_cast<char *>(std::calloc(static_cast<size_t>(file.size) + 1, 1))
-                       : nullptr);
+        size >= 0 ? static_cast<char *>(std::calloc(static_cast<size_t>(size) + 1, 1)) : nullptr);
     if (!text) {
-        std::printf("can't malloc mem ,len :%d\n", file.size);
+        std::printf("can't malloc mem ,len :%d\n", size);
         return -1;
     }
     // As simcard_ReadFile passes them: 16-bit id and length.
-    if (hal::read_file(hal::kOperatorDir, static_cast<uint16_t>(file.id), text.get(),
-                       static_cast<uint16_t>(file.size)) != 0) {
-        std::printf("simcard_ReadFile failed,file_id=0x%x\n", file.id);
+    if (hal::read_file(hal::kOperatorDir, static_cast<uint16_t>(id), text.get(),
+                       static_cast<uint16_t>(size)) != 0) {
+        std::printf("simcard_ReadFile failed,file_id=0x%x\n", id);
         return -1;
     }
     if (copy_file_records(file.element, text.get()) == -1) {
@@ -200,10 +208,10 @@ int set_param(IXML_Node *param, const char *value) {
     // The value may be the tree's own text (a get's answer), which the
     // writes below replace.
     const std::string val(value);
-    const std::string tag(xml::tag(param));
+    const char *tag = xml::tag_name(param);
     const char *rw = xml::attr_cstr(param, "rw");
     if (!has_letter(rw, 'W')) {
-        std::printf("Node [%s] Get attribute rw failed or is not writable. RW=%s\n", tag.c_str(),
+        std::printf("Node [%s] Get attribute rw failed or is not writable. RW=%s\n", tag,
                     or_null_word(rw));
         return -1;
     }
@@ -213,13 +221,13 @@ int set_param(IXML_Node *param, const char *value) {
     }
     const char *name = xml::attr_cstr(param, "n");
     if (name == nullptr) {
-        SAL_LOG(kFunc, "%s get paramid failed!\n", tag.c_str());
+        SAL_LOG(kFunc, "%s get paramid failed!\n", tag);
         return -1;
     }
     const std::string record(name, strnlen(name, kRecordNameLength));
 
     if (xml::set_attr(param, "dbv", val) != IXML_SUCCESS) {
-        SAL_LOG(kFunc, "paramname=%s,val=%s set failed!\n", tag.c_str(), val.c_str());
+        SAL_LOG(kFunc, "paramname=%s,val=%s set failed!\n", tag, val.c_str());
         return -1;
     }
     std::string card_value;
@@ -229,7 +237,7 @@ int set_param(IXML_Node *param, const char *value) {
         // A value the rule cannot convert leaves the card value empty.
         db_to_sim(val.c_str(), rule, converted, sizeof converted);
         card_value = converted;
-        SAL_LOG(kFunc, "[fileid = %x pramid = %s paramv = %s,simv2dbv=%s,simv=%s]\n", file.id,
+        SAL_LOG(kFunc, "[fileid = %x pramid = %s paramv = %s,simv2dbv=%s,simv=%s]\n", file.id(),
                 record.c_str(), val.c_str(), rule, card_value.c_str());
     } else if (rule != nullptr) {
         card_value = val;  // an empty rule: the values are equal

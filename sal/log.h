@@ -3,13 +3,14 @@
 #define SIMCARD_SAL_LOG_H
 
 #include <cstdarg>
+#include <cstddef>
 
 #include "hal/platform.h"
 
 namespace simcard::sal {
 
-constexpr int kLogPrefixSize = 512;
-constexpr int kLogMessageSize = 1024;
+constexpr size_t kLogPrefixSize = 512;
+constexpr size_t kLogMessageSize = 1024;
 
 // Appends one line to `path`: 0 when written, -1 when the file could not be
 // opened. Prefix and message are cut to their buffers.

@@ -100,11 +100,13 @@ inline bool is_file_element(IXML_Node *node) {
            (kind[1] == 'F' || kind[1] == 'f');
 }
 
-// The tag name; empty for a null node.
-inline std::string_view tag(IXML_Node *node) {
+// The tag name, never null: empty for a null node.
+inline const char *tag_name(IXML_Node *node) {
     const char *name = node != nullptr ? ixmlNode_getNodeName(node) : nullptr;
-    return name != nullptr ? std::string_view(name) : std::string_view();
+    return name != nullptr ? name : "";
 }
+
+inline std::string_view tag(IXML_Node *node) { return tag_name(node); }
 
 // Children in document order, following the next-sibling links as they are
 // when the iterator advances: a body that removes the current node must take

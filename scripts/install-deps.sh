@@ -3,7 +3,7 @@
 # named as arguments), skipping those already present. Safe to run again.
 set -eu
 
-PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format"
+PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind clang-format"
 if [ $# -gt 0 ]; then
     PACKAGES="$*"
 fi

@@ -2,8 +2,9 @@
 # Builds for the gateway's 32-bit MIPS and runs the tests under qemu-user:
 #  1. mipsel: the whole suite, against Debian's mipsel packages (sysroot made
 #     by scripts/mips-sysroot.sh), run by ctest under qemu-mipsel; then the
-#     install as the firmware recipes do it, and a C program built against the
-#     installed headers and pkg-config file.
+#     install as the firmware recipes do it, a C program built against the
+#     installed headers and pkg-config file, and the stripped library's size,
+#     which must stay at or under 160 KiB.
 #  2. mips (big-endian, the gateway's own order): every library source
 #     compiled, and the static test program of the card layer and the records
 #     (tests/target/big-endian) run under qemu-mips.
@@ -80,7 +81,14 @@ lap "mipsel install"
 echo "== mipsel figures"
 lib=$(readlink -f build-mipsel-pkg/libsimcard.so)
 mipsel-linux-gnu-strip -o build-mipsel-pkg/libsimcard.stripped "$lib"
-echo "libsimcard.so (mipsel, -Os, stripped): $(wc -c < build-mipsel-pkg/libsimcard.stripped) bytes"
+# The gateway's image keeps the library at or under 160 KiB.
+size_limit=163840
+size=$(wc -c < build-mipsel-pkg/libsimcard.stripped)
+echo "libsimcard.so (mipsel, -Os, stripped): $size bytes (at most $size_limit)"
+if [ "$size" -gt "$size_limit" ]; then
+    echo "libsimcard.so has grown past $size_limit bytes" >&2
+    exit 1
+fi
 echo "needs: $(mipsel-linux-gnu-readelf -d "$lib" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' | tr '\n' ' ')"
 
 echo "== mips (big-endian): every source, and the card layer's tests under qemu-mips"

@@ -1,7 +1,9 @@
 #include "vcard/virtual_platform.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -24,6 +26,10 @@ int do_open(void *ctx, const char *path, int flags, int mode) {
 int do_ioctl(void *ctx, int fd, unsigned long request, void *arg) {
     return self(ctx).ioctl(fd, request, arg);
 }
+ssize_t do_write(void *ctx, int fd, const void *buf, size_t count) {
+    return self(ctx).write(fd, buf, count);
+}
+int do_close(void *ctx, int fd) { return self(ctx).close(fd); }
 int do_usleep(void *ctx, unsigned int usec) { return self(ctx).usleep(usec); }
 unsigned int do_sleep(void *ctx, unsigned int seconds) { return self(ctx).sleep(seconds); }
 int do_gettimeofday(void *ctx, struct timeval *tv) { return self(ctx).gettimeofday(tv); }
@@ -37,26 +43,70 @@ int do_led_set(void *ctx, void *request) { return self(ctx).led_set(request); }
 }  // namespace
 
 VirtualPlatform::VirtualPlatform(VirtualCard &card, std::string sandbox)
-    : card_(card), sandbox_(std::move(sandbox)), table_{this,      do_open,  do_ioctl,
-                                                        do_usleep, do_sleep, do_gettimeofday,
-                                                        do_access, do_fopen, do_resolve,
-                                                        do_led_set} {}
+    : card_(card), sandbox_(std::move(sandbox)), table_{this,     do_open,         do_ioctl,
+                                                        do_write, do_close,        do_usleep,
+                                                        do_sleep, do_gettimeofday, do_access,
+                                                        do_fopen, do_resolve,      do_led_set} {}
 
 std::string VirtualPlatform::map_path(std::string_view path) const {
-    if (path.empty() || path.front() != '/') {
-        return std::string(path);
-    }
-    return sandbox_ + std::string(path);
+    std::string out;
+    map_path(path, out);
+    return out;
 }
 
-// Only the card's device exists; the sandbox holds no other device.
-int VirtualPlatform::open(const char *path, int, int) {
-    ++open_count_;
-    if (path == nullptr || std::strcmp(path, SIMCARD_PATH_DEVICE) != 0 || fail_open_) {
-        errno = ENOENT;
+void VirtualPlatform::map_path(std::string_view path, std::string &out) const {
+    out.clear();
+    if (!path.empty() && path.front() == '/') {
+        out += sandbox_;
+    }
+    out += path;
+}
+
+// The device is the card; any other path is a real file under the sandbox.
+int VirtualPlatform::open(const char *path, int flags, int mode) {
+    if (path == nullptr) {
+        errno = EFAULT;
         return -1;
     }
-    return descriptor_;
+    if (std::strcmp(path, SIMCARD_PATH_DEVICE) == 0) {
+        ++open_count_;
+        if (fail_open_) {
+            errno = ENOENT;
+            return -1;
+        }
+        return descriptor_;
+    }
+    // A reused buffer: a log line through the platform allocates nothing.
+    map_path(path, opened_);
+    int fd = ::open(opened_.c_str(), flags, mode);
+    if (fd == descriptor_) {
+        // The same number must not name the card and a file.
+        const int other = ::fcntl(fd, F_DUPFD_CLOEXEC, descriptor_ + 1);
+        ::close(fd);
+        fd = other;
+    }
+    if (fd >= 0) {
+        files_.push_back(fd);
+    }
+    return fd;
+}
+
+ssize_t VirtualPlatform::write(int fd, const void *buf, size_t count) {
+    if (std::find(files_.begin(), files_.end(), fd) == files_.end()) {
+        errno = EBADF;
+        return -1;
+    }
+    return ::write(fd, buf, count);
+}
+
+int VirtualPlatform::close(int fd) {
+    const auto it = std::find(files_.begin(), files_.end(), fd);
+    if (it == files_.end()) {
+        errno = EBADF;
+        return -1;
+    }
+    files_.erase(it);
+    return ::close(fd);
 }
 
 int VirtualPlatform::ioctl(int fd, unsigned long request, void *arg) {
@@ -130,7 +180,7 @@ const char *VirtualPlatform::resolve(const char *path) {
     if (path == nullptr) {
         return nullptr;
     }
-    resolved_ = map_path(path);
+    map_path(path, resolved_);
     return resolved_.c_str();
 }
 

@@ -35,11 +35,14 @@ public:
     const std::string &sandbox() const { return sandbox_; }
     void set_sandbox(std::string sandbox) { sandbox_ = std::move(sandbox); }
     std::string map_path(std::string_view path) const;
+    // The same into `out`, whose room is reused.
+    void map_path(std::string_view path, std::string &out) const;
 
     // ---- device ----------------------------------------------------------
     void set_fail_open(bool fail) { fail_open_ = fail; }
     void set_descriptor(int fd) { descriptor_ = fd; }
     int descriptor() const { return descriptor_; }
+    // Opens of the device, failed ones included.
     int open_count() const { return open_count_; }
 
     // ---- clock -----------------------------------------------------------
@@ -57,6 +60,9 @@ public:
     // ---- the calls of the seam -------------------------------------------
     int open(const char *path, int flags, int mode);
     int ioctl(int fd, unsigned long request, void *arg);
+    // Real files under the sandbox, never on the device's descriptor.
+    ssize_t write(int fd, const void *buf, size_t count);
+    int close(int fd);
     int usleep(unsigned int usec);
     unsigned int sleep(unsigned int seconds);
     int gettimeofday(struct timeval *tv);
@@ -76,6 +82,8 @@ private:
     bool fail_open_ = false;
     int descriptor_ = kDefaultDescriptor;
     int open_count_ = 0;
+    std::vector<int> files_;  // real descriptors handed out by open
+    std::string opened_;      // the last file path opened, mapped
 
     uint64_t clock_usec_ = 0;
     uint64_t slept_usec_ = 0;

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
@@ -5,6 +8,7 @@
 #include <regex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "sal/xml.h"
 #include "simcard.h"
@@ -104,6 +108,67 @@ TEST_F(Config, LogLinesAndAMissingLogDirectory) {
     EXPECT_EQ(nullptr, findFileNode(0x6EFF));
     EXPECT_EQ("", captured());
     EXPECT_FALSE(exists(SIMCARD_PATH_LOG));
+}
+
+// What the library asked of the seam's file calls while a log line went out.
+class LogCalls : public Config {
+protected:
+    void SetUp() override {
+        Config::SetUp();
+        current_ = this;
+        table_ = *platform.table();
+        table_.open = [](void *ctx, const char *path, int flags, int mode) {
+            const int fd = current_->platform.table()->open(ctx, path, flags, mode);
+            current_->calls.push_back("open " + std::string(path) + " " + std::to_string(flags) +
+                                      " " + std::to_string(mode) + " -> " + std::to_string(fd));
+            return fd;
+        };
+        table_.write = [](void *ctx, int fd, const void *buf, size_t count) {
+            current_->calls.push_back("write " + std::to_string(fd) + " " +
+                                      std::string(static_cast<const char *>(buf), count));
+            return current_->platform.table()->write(ctx, fd, buf, count);
+        };
+        table_.close = [](void *ctx, int fd) {
+            current_->calls.push_back("close " + std::to_string(fd));
+            return current_->platform.table()->close(ctx, fd);
+        };
+        testing::install(&table_);
+    }
+    void TearDown() override { current_ = nullptr; }
+
+    std::vector<std::string> calls;
+
+private:
+    static inline LogCalls *current_ = nullptr;
+    simcard_platform table_{};
+};
+
+TEST_F(LogCalls, OneLineIsOneAppendingOpenOneWriteAndOneCloseBesideTheDevice) {
+    // The next descriptor the system hands out is the device's number too.
+    const int next = ::open("/dev/null", O_RDONLY);
+    ::close(next);
+    platform.set_descriptor(next);
+    open_device();
+    calls.clear();
+
+    const std::string func(600, 'f');
+    EXPECT_EQ(0, simcardLog(SIMCARD_PATH_LOG, func.c_str(), 7, "%c|%s", 'a', "tail\n"));
+    ASSERT_EQ(3u, calls.size());
+    const std::string fd = calls[0].substr(calls[0].rfind(' ') + 1);
+    EXPECT_NE(std::to_string(next), fd);
+    const std::string line = "[" + func.substr(0, 510) + "  a|tail\n";
+    EXPECT_EQ((std::vector<std::string>{"open " SIMCARD_PATH_LOG " " +
+                                            std::to_string(O_WRONLY | O_CREAT | O_APPEND) + " " +
+                                            std::to_string(0666) + " -> " + fd,
+                                        "write " + fd + " " + line, "close " + fd}),
+              calls);
+    EXPECT_EQ(line, read_file(SIMCARD_PATH_LOG));
+    EXPECT_EQ(1, sim_card_online()) << "the device keeps its descriptor";
+
+    // A message with a NUL ends there, as printing it would.
+    write_file(SIMCARD_PATH_LOG, "");
+    EXPECT_EQ(0, simcardLog(SIMCARD_PATH_LOG, "fn", 1, "ab%ccd", 0));
+    EXPECT_EQ("[fn-1]  ab", read_file(SIMCARD_PATH_LOG));
 }
 
 TEST_F(Config, SavedDocumentLoadsAgain) {
