@@ -286,6 +286,32 @@ struct Healthy {
     std::vector<RoleOf> roles;
 };
 
+// A get and a restore make one call each.
+Outcome one_call(const Operation &op, const Trace &t, size_t at, const Failure &f,
+                 const vcard::VirtualCard &before) {
+    Outcome o;
+    o.fates.assign(t.calls.size(), Fate::kRan);
+    const Call &call = t.calls.at(0);
+    const std::optional<size_t> p = hit(t, call, at, f);
+    if (!p) {
+        return o;
+    }
+    o.fates[0] = Fate::kFailed;
+    const vcard::ElementaryFile *file = before.file(call.file);
+    o.blocks.push_back(card_layer_lines(t, *p, f, file != nullptr ? file->contents : Contents()));
+    if (op.family == Family::kGet) {
+        o.rc = -1;
+        o.blocks.back().push_back(format("simcard_ReadFile failed,file_id=0x%x", call.file));
+        o.logs.push_back(std::string("[simcard_getParamValueByUri-N]  getParamVal failed,uri=") +
+                         kGetPath);
+    } else {
+        o.logs.push_back("[simcard_local_restore-N]  sim_card_factory_reset failed!resetnum=2");
+    }
+    return o;
+}
+
+using Note = std::function<void(const std::string &)>;
+
 class FaultSweep : public Bench,
                    public ::testing::WithParamInterface<std::tuple<std::string, FailKind>> {
 protected:
@@ -356,6 +382,18 @@ protected:
         return h;
     }
 
+    static Outcome defined(const Operation &op, const Healthy &h, const std::vector<Write> &writes,
+                           size_t at, const Failure &f, const vcard::VirtualCard &before) {
+        switch (op.family) {
+            case Family::kStartup:
+                return startup(h.trace, h.roles, at, f, before);
+            case Family::kWrites:
+                return writing(op, h.trace, writes, at, f, before);
+            default:
+                return one_call(op, h.trace, at, f, before);
+        }
+    }
+
     // One failure at one command; every difference from what the steps define.
     std::string inject(const Healthy &h, size_t at, const Failure &f) {
         const Operation &op = *h.op;
@@ -367,47 +405,25 @@ protected:
         std::string out;
         const int rc = run(op, out);
         card.clear_faults();
-        card.set_online_schedule({});
 
-        Outcome o;
-        switch (op.family) {
-            case Family::kStartup:
-                o = startup(t, h.roles, at, f, before);
-                break;
-            case Family::kWrites:
-                o = writing(op, t, writes, at, f, before);
-                break;
-            case Family::kGet:
-            case Family::kRestore: {
-                o.fates.assign(t.calls.size(), Fate::kRan);
-                const std::optional<size_t> p = hit(t, t.calls.at(0), at, f);
-                if (p) {
-                    o.fates[0] = Fate::kFailed;
-                    o.blocks.push_back(card_layer_lines(t, *p, f,
-                                                        before.file(t.calls[0].file)
-                                                            ? before.file(t.calls[0].file)->contents
-                                                            : Contents()));
-                    if (op.family == Family::kGet) {
-                        o.rc = -1;
-                        o.blocks.back().push_back(
-                            format("simcard_ReadFile failed,file_id=0x%x", t.calls[0].file));
-                        o.logs.push_back(std::string("[simcard_getParamValueByUri-N]  getParamVal "
-                                                     "failed,uri=") +
-                                         kGetPath);
-                    } else {
-                        o.logs.push_back(
-                            "[simcard_local_restore-N]  sim_card_factory_reset failed!resetnum=2");
-                    }
-                }
-                break;
-            }
-        }
-
+        const Outcome o = defined(op, h, writes, at, f, before);
         std::string problems;
         auto note = [&](const std::string &text) { problems += "\n- " + text; };
         if (rc != o.rc) {
             note("result " + std::to_string(rc) + ", defined " + std::to_string(o.rc));
         }
+        check_messages(h, o, out, note);
+        check_card(h, o, before, note);
+        check_state(h, o, writes, note);
+        capture();
+        follow_up(h, o, note);
+        captured();
+        return problems;
+    }
+
+    // The defined lines, and none that the steps do not print or log here.
+    void check_messages(const Healthy &h, const Outcome &o, const std::string &out,
+                        const Note &note) {
         const std::vector<std::string> lines = lines_of(out);
         if (const std::string missing = missing_blocks(lines, o.blocks); !missing.empty()) {
             note("console " + missing);
@@ -434,18 +450,12 @@ protected:
                 note("log line the steps do not write here: " + line);
             }
         }
-        check_card(h, o, before, note);
-        check_state(h, o, writes, note);
-        capture();
-        follow_up(h, o, note);
-        captured();
-        return problems;
     }
 
     // No file holds another file's text: each holds what it held, or what
     // the operation wrote to it as far as it got.
     void check_card(const Healthy &h, const Outcome &o, const vcard::VirtualCard &before,
-                    const std::function<void(const std::string &)> &note) {
+                    const Note &note) {
         const bool restored = h.op->family == Family::kRestore && o.fates[0] == Fate::kRan;
         for (const vcard::ElementaryFile *file : before.files()) {
             const Contents &now = card.file(file->id)->contents;
@@ -475,7 +485,7 @@ protected:
 
     // Dirty files stay dirty until committed; the tree shows what was written.
     void check_state(const Healthy &h, const Outcome &o, const std::vector<Write> &writes,
-                     const std::function<void(const std::string &)> &note) {
+                     const Note &note) {
         const Operation &op = *h.op;
         const Trace &t = h.trace;
         if (op.family == Family::kStartup) {
@@ -528,8 +538,7 @@ protected:
     }
 
     // The next operation on a healthy card.
-    void follow_up(const Healthy &h, const Outcome &o,
-                   const std::function<void(const std::string &)> &note) {
+    void follow_up(const Healthy &h, const Outcome &o, const Note &note) {
         switch (h.op->family) {
             case Family::kStartup:
                 return startup_follow_up(h, o, note);
@@ -589,8 +598,7 @@ protected:
     // After one that went on, the tree is the healthy one but for the
     // instances whose reads failed: every other file would be read and served
     // as after a healthy start-up.
-    void startup_follow_up(const Healthy &h, const Outcome &o,
-                           const std::function<void(const std::string &)> &note) {
+    void startup_follow_up(const Healthy &h, const Outcome &o, const Note &note) {
         if (o.rc != 0) {
             if (simcard_init() != 0) {
                 note("the next start-up failed");

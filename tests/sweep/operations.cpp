@@ -45,13 +45,12 @@ void started(Bench &) {
 }
 
 // Three dirty files; 6F05 and 6F08 take two chunks each.
-void sync_setup(Bench &bench) {
+void sync_setup(Bench &) {
     require(simcard_init() == 0, "start-up");
     require(simcard_getParamValueByUri(kGetPath) != nullptr, "get");  // every record of 6F08
     set(kUrl, "http://" + std::string(112, 'u') + ".example/");       // 128, its longest
     set(kGetPath, "subscriber-" + std::string(40, '7') + "@isp.example");
     set(kDhcp, "false");
-    (void)bench;
 }
 
 Operation named(std::string name, Family family, std::function<void(Bench &)> setup,
