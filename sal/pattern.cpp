@@ -14,7 +14,7 @@ constexpr std::string_view kTakesArgument = "diouxXcsfFeEgGaApn";
 
 bool one_of(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
 
-// One conversion specification: %[flags][width][.precision]conversion. Any
+// One "%" sequence: %[flags][width][.precision]conversion. Any
 // length modifier or '*' makes it one that is copied as written.
 struct Spec {
     bool left = false;
@@ -42,7 +42,7 @@ bool read_number(std::string_view text, size_t &at, size_t &value) {
     return true;
 }
 
-// The specification starting at pattern[start] == '%'. Its length is 0 when
+// The sequence starting at pattern[start] == '%'. Its length is 0 when
 // the pattern ends before a conversion character.
 Spec parse(std::string_view pattern, size_t start) {
     Spec spec;
@@ -72,7 +72,7 @@ Spec parse(std::string_view pattern, size_t start) {
         spec.has_precision = true;
         plain = read_number(pattern, at, spec.precision) && plain;
     }
-    // Length modifiers and '*' belong to the specification but are not
+    // Length modifiers and '*' belong to the sequence but are not
     // filled: they run up to the conversion character.
     while (at < pattern.size() && one_of(pattern[at], "hlLqjzt*0123456789.")) {
         plain = false;
@@ -87,7 +87,7 @@ Spec parse(std::string_view pattern, size_t start) {
     return spec;
 }
 
-// The text with the specification's width, justified as printf does:
+// The text with the sequence's width, justified as printf does:
 // prefix, `zeros` zeros, body. Only the first `room` characters are kept by
 // the caller, so no run of padding or zeros goes on past them.
 std::string justify(const Spec &spec, std::string_view prefix, size_t zeros, std::string_view body,

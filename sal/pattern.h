@@ -37,9 +37,9 @@ inline bool contains(std::string_view text, std::string_view part) {
 // makes. A pattern comes from the document, never from code, so it is no
 // printf format: the conversions filled are "%%" and, with flags, width and
 // precision, "%d", "%i", "%u", "%o", "%x", "%X" and "%c" with a number and
-// "%s" with a text. Each specification that printf would give an argument
+// "%s" with a text. Each "%" sequence that printf would give an argument
 // takes the next one; when none is left, when it is of the other kind, or
-// when the specification is anything else (a length modifier, '*', another
+// when the sequence is anything else (a length modifier, '*', another
 // conversion), it is copied as written. A "%" that the pattern ends in the
 // middle of is copied as written too.
 std::string fill_pattern(std::string_view pattern, std::initializer_list<PatternArg> args,

@@ -3,7 +3,9 @@
 # named as arguments), skipping those already present. Safe to run again.
 set -eu
 
-PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind clang-format"
+# nlohmann-json3-dev: simcardctl's JSON output; tshark: its tests decode the
+# tool's pcap traces.
+PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind clang-format nlohmann-json3-dev tshark"
 if [ $# -gt 0 ]; then
     PACKAGES="$*"
 fi
@@ -25,6 +27,13 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 echo "installing:$missing"
 export DEBIAN_FRONTEND=noninteractive
+case " $missing " in
+*" tshark "*)
+    # Wireshark asks whether ordinary users may capture; the answer is no.
+    echo "wireshark-common wireshark-common/install-setuid boolean false" |
+        $SUDO debconf-set-selections
+    ;;
+esac
 $SUDO apt-get update -qq
 # shellcheck disable=SC2086
 $SUDO apt-get install -y -qq --no-install-recommends $missing

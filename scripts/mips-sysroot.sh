@@ -16,9 +16,11 @@ triplet=mipsel-linux-gnu
 
 # libupnp13 only so that libupnp-dev's symlinks resolve; the library links IXML.
 PACKAGES="libupnp-dev libixml10 libupnp13 libssl-dev libssl3 libgtest-dev libgmock-dev"
+# The same for every architecture (headers only): downloaded as they are.
+COMMON="nlohmann-json3-dev"
 
 stamp="$root/.packages"
-if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$PACKAGES" ]; then
+if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$PACKAGES $COMMON" ]; then
     echo "$root"
     exit 0
 fi
@@ -46,13 +48,13 @@ for p in $PACKAGES; do
     pkgs="$pkgs $p:$arch"
 done
 # shellcheck disable=SC2086
-(cd "$debs" && apt-get download -q $pkgs)
+(cd "$debs" && apt-get download -q $pkgs $COMMON)
 chmod 0755 "$debs"
 
 rm -rf "$root"
 mkdir -p "$root"
-for p in $PACKAGES; do
-    deb=$(ls -t "$debs/${p}"_*_"$arch".deb | head -n1)
+for p in $PACKAGES $COMMON; do
+    deb=$(ls -t "$debs/${p}"_*_"$arch".deb "$debs/${p}"_*_all.deb 2>/dev/null | head -n1)
     dpkg -x "$deb" "$root"
 done
 
@@ -70,7 +72,7 @@ done
 
 lib=$root/usr/lib/$triplet
 for f in usr/include/upnp/ixml.h "usr/include/$triplet/openssl/configuration.h" \
-    usr/include/gtest/gtest.h usr/include/gmock/gmock.h; do
+    usr/include/gtest/gtest.h usr/include/gmock/gmock.h usr/include/nlohmann/json.hpp; do
     [ -f "$root/$f" ] || { echo "sysroot: $f missing" >&2; exit 1; }
 done
 for f in libixml.so libcrypto.so libgtest.a libgtest_main.a libgmock.a \
@@ -90,5 +92,5 @@ fi
 mkdir -p "$root/usr/include/mips-linux-gnu"
 cp -r "$root/usr/include/$triplet/openssl" "$root/usr/include/mips-linux-gnu/"
 
-echo "$PACKAGES" > "$stamp"
+echo "$PACKAGES $COMMON" > "$stamp"
 echo "$root"

@@ -4,7 +4,6 @@
 #include "vcard/virtual_card.h"
 
 namespace simcard::vcard {
-namespace {
 
 std::string hex_bytes(const uint8_t *bytes, size_t n) {
     std::string text;
@@ -15,6 +14,8 @@ std::string hex_bytes(const uint8_t *bytes, size_t n) {
     }
     return text;
 }
+
+namespace {
 
 std::string command_name(const TraceEntry &e) {
     const auto &h = e.header;
@@ -79,6 +80,22 @@ std::string describe(const TraceEntry &entry) {
     }
     const uint8_t sw[2] = {entry.sw1, entry.sw2};
     return text + " -> " + hex_bytes(sw, 2);
+}
+
+std::vector<std::string> describe_bytes(const TraceEntry &entry) {
+    if (entry.request != Request::Read && entry.request != Request::Write) {
+        return {};
+    }
+    std::vector<uint8_t> sent(entry.header.begin(), entry.header.end());
+    sent.insert(sent.end(), entry.data.begin(), entry.data.end());
+    std::vector<std::string> lines = {"> " + hex_bytes(sent.data(), sent.size())};
+    if (!entry.failed) {
+        std::vector<uint8_t> received(entry.response);
+        received.push_back(entry.sw1);
+        received.push_back(entry.sw2);
+        lines.push_back("< " + hex_bytes(received.data(), received.size()));
+    }
+    return lines;
 }
 
 }  // namespace simcard::vcard

@@ -59,8 +59,15 @@ struct TraceEntry {
     int online_value = 0;
 };
 
+// Bytes as "A0 A4 00 00 02".
+std::string hex_bytes(const uint8_t *bytes, size_t n);
+
 // One line for a trace entry, e.g. "SELECT 6F07 -> 9F 0F".
 std::string describe(const TraceEntry &entry);
+// The bytes of a card command: "> " and what the card received (header and
+// data), then "< " and what came back (response data, SW1 SW2). None for an
+// ONLINE request; no second line when the driver failed.
+std::vector<std::string> describe_bytes(const TraceEntry &entry);
 
 class VirtualCard {
 public:

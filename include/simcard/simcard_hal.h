@@ -89,9 +89,9 @@ SIMCARD_API int sim_card_auth_telecom_account(const char *account, const char *p
 /*
  * Records are the text <P00="v" P01=FF> of one card file, read and rewritten
  * in the session's copy of the current file; hal_saveToSim commits it.
- * sim_card_read_param copies at most len - 1 characters and a NUL into dest;
- * it returns 1 when the record holds no value. sim_card_write_param ignores
- * len and skips the value "FF".
+ * sim_card_read_param copies the whole value and a NUL into dest, which must
+ * be large enough for it (len is not used); it returns 1 when the record holds
+ * no value. sim_card_write_param ignores len and skips the value "FF".
  */
 SIMCARD_API int sim_card_read_param(unsigned short dir_id, unsigned short file_id, const char *name,
                                     char *dest, unsigned short len);

@@ -61,7 +61,8 @@ install)
     fi
     "$cmake" --install "$work/build" --component virtual-card
     for f in lib/libsimcard.so lib/libsimcard.so.1 lib/libsimcard-virtual.so include/simcard.h \
-        lib/pkgconfig/libsimcard.pc lib/cmake/libsimcard/libsimcardConfig.cmake bin/simcardctl; do
+        lib/pkgconfig/libsimcard.pc lib/cmake/libsimcard/libsimcardConfig.cmake bin/simcardctl \
+        share/man/man1/simcardctl.1 share/bash-completion/completions/simcardctl; do
         [ -e "$prefix/$f" ] || { echo "not installed: $f" >&2; exit 1; }
     done
     ;;

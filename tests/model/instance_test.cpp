@@ -63,10 +63,10 @@ TEST(Patterns, AnythingElseIsCopiedAsWrittenAndCutToTheBuffer) {
     using sal::fill_pattern;
     EXPECT_EQ("A.2.WANPPPConnection.1.B.7",
               fill_pattern("A.%d.%s.%d.B.%d", {2, "WANPPPConnection", 1, 7, 9}, 512));
-    // Each specification takes its argument, filled or not, as printf would.
+    // Each "%" sequence takes its argument, filled or not, as printf would.
     EXPECT_EQ("%n.%p.%ld.%*d.%hx.5", fill_pattern("%n.%p.%ld.%*d.%hx.%d", {1, 2, 3, 4, 5, 5}, 512));
     EXPECT_EQ("% %d 50%", fill_pattern("% %d 50%", {1}, 512));  // "% %" is no "%%"
-    const std::string_view lone = "a %5";                       // ends inside a specification
+    const std::string_view lone = "a %5";                       // ends inside a "%" sequence
     const std::vector<char> unterminated(lone.begin(), lone.end());
     EXPECT_EQ("a %5", fill_pattern({unterminated.data(), unterminated.size()}, {1}, 512));
     EXPECT_EQ("-3.100%", fill_pattern("%d.100%%", {-3}, 512));

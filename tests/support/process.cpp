@@ -110,14 +110,18 @@ bool Process::read_some() {
     return true;
 }
 
-bool Process::read_until(std::string_view text) {
-    while (result_.out.find(text) == std::string::npos) {
+bool Process::read_until(const std::string &output, std::string_view text) {
+    while (output.find(text) == std::string::npos) {
         if (!read_some()) {
             return false;
         }
     }
     return true;
 }
+
+bool Process::read_until(std::string_view text) { return read_until(result_.out, text); }
+
+bool Process::read_err_until(std::string_view text) { return read_until(result_.err, text); }
 
 void Process::kill(int sig) {
     if (pid_ > 0) {

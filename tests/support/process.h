@@ -31,12 +31,17 @@ public:
     void write(std::string_view input);
     // Reads until standard output holds `text`; false when it ended first.
     bool read_until(std::string_view text);
+    // The same for standard error.
+    bool read_err_until(std::string_view text);
+    // What both outputs held so far.
+    const ProcessResult &so_far() const { return result_; }
     void kill(int sig);
     // Closes standard input, reads both outputs to their end and reaps.
     ProcessResult finish();
 
 private:
     bool read_some();  // false once both outputs have ended
+    bool read_until(const std::string &output, std::string_view text);
 
     pid_t pid_ = -1;
     int in_ = -1;

@@ -3,22 +3,23 @@
 // On a gateway it uses the real device and paths. With --virtual IMAGE it runs
 // against a virtual card loaded from a card image, with the library's fixed
 // paths in a sandbox directory, and saves the image back when the card changed.
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
+#include "simcard.h"
 #include "tools/simcardctl/commands.h"
+#include "tools/simcardctl/console.h"
+#include "tools/simcardctl/guard.h"
+#include "tools/simcardctl/options.h"
+#include "tools/simcardctl/text.h"
 #include "tools/simcardctl/tool_platform.h"
+#include "vcard/pcap.h"
+#include "vcard/tap.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
 
@@ -27,89 +28,35 @@ using namespace simcard;
 
 namespace {
 
-constexpr const char *kUsage =
-    "usage: simcardctl [--virtual IMAGE [--config FILE] [--sandbox DIR]] [--trace] [--quiet]\n"
-    "                  COMMAND [ARGS] [-- COMMAND [ARGS]]...\n"
-    "\n"
-    "commands (several, separated by --, run in one library session):\n"
-    "  get PATH...              values of data-model parameters\n"
-    "  set PATH VALUE           change a parameter in memory (sync writes it)\n"
-    "  add OBJECT-PATH N        add instance N of a multi-instance object\n"
-    "  del INSTANCE-PATH N      delete an instance\n"
-    "  sync                     write changed files to the card\n"
-    "  restore                  reset the files marked for restore to factory contents\n"
-    "  first-online             give the WAN list file its default WAN reference\n"
-    "  dump                     the in-memory document as XML\n"
-    "  tree                     the data-model paths the document serves, with values\n"
-    "  card ls                  card files of the document: size and update bit\n"
-    "  card cat FILE            a card file's record text\n"
-    "  card reset FILE...       reset card files to factory contents\n"
-    "\n"
-    "options:\n"
-    "  --virtual IMAGE  use a virtual card loaded from IMAGE; saved back when changed\n"
-    "  --config FILE    configuration document for the virtual card's sandbox\n"
-    "  --sandbox DIR    directory standing for / (default: IMAGE.d)\n"
-    "  --trace          print every card command and status word as it happens\n"
-    "  --quiet          drop the library's own console messages\n"
-    "\n"
-    "Results go to standard output; the library's messages and the trace to standard error.\n";
+// Serialises invocations on a gateway; under --virtual the image itself is
+// locked.
+constexpr const char *kLockFile = "/var/lock/simcardctl.lock";
+// For tests only: the device whose holders are looked for, which makes the
+// look happen under --virtual too.
+constexpr const char *kTestDevice = "SIMCARDCTL_TEST_DEVICE";
 
-struct Options {
-    std::optional<std::string> image;
-    std::optional<std::string> config;
-    std::optional<std::string> sandbox;
-    bool trace = false;
-    bool quiet = false;
-    std::vector<std::vector<std::string>> commands;
-};
+bool changes_card(const tool::Command &c) {
+    const std::string name = c.name();
+    return name == "set" || name == "add" || name == "del" || name == "sync" || name == "restore" ||
+           name == "first-online" || name == "card reset" || name == "card apdu";
+}
 
-Options parse(int argc, char **argv) {
-    Options o;
-    int i = 1;
-    auto value = [&](const char *flag) {
-        if (i + 1 >= argc) {
-            throw tool::UsageError(std::string(flag) + " needs a value");
-        }
-        return std::string(argv[++i]);
-    };
-    for (; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (a == "--virtual") {
-            o.image = value("--virtual");
-        } else if (a == "--config") {
-            o.config = value("--config");
-        } else if (a == "--sandbox") {
-            o.sandbox = value("--sandbox");
-        } else if (a == "--trace") {
-            o.trace = true;
-        } else if (a == "--quiet") {
-            o.quiet = true;
-        } else if (a == "-h" || a == "--help") {
-            throw tool::UsageError("");
-        } else if (a.rfind("--", 0) == 0 && a != "--") {
-            throw tool::UsageError("unknown option " + a);
-        } else {
-            break;
-        }
-    }
-    o.commands.emplace_back();
-    for (; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (a == "--") {
-            o.commands.emplace_back();
-        } else {
-            o.commands.back().push_back(a);
-        }
-    }
-    for (const auto &c : o.commands) {
-        if (c.empty()) {
-            throw tool::UsageError("missing command");
-        }
-    }
-    if (!o.image && (o.config || o.sandbox)) {
-        throw tool::UsageError("--config and --sandbox go with --virtual");
-    }
-    return o;
+// Refuses a line that changes the card while another process holds the
+// device open: its own card commands would interleave with ours.
+void check_holders(const tool::Options &o) {
+    const char *test_device = std::getenv(kTestDevice);
+    if (o.force || (o.image && test_device == nullptr)) return;
+    bool changing = false;
+    for (const auto &c : o.commands) changing = changing || changes_card(c);
+    if (!changing) return;
+    const std::string device = test_device != nullptr ? test_device : SIMCARD_PATH_DEVICE;
+    const std::vector<std::string> holders = tool::holders_of(device);
+    if (holders.empty()) return;
+    std::string names;
+    for (const auto &h : holders) names += (names.empty() ? "" : ", ") + tool::printable(h);
+    throw tool::Failure(device + " is open in " + names +
+                        ": its card commands would interleave with these changes; stop it "
+                        "first, or give --force");
 }
 
 std::string image_text(const vcard::VirtualCard &card) {
@@ -118,33 +65,17 @@ std::string image_text(const vcard::VirtualCard &card) {
     return s.str();
 }
 
-// The library prints on standard output; results must stay apart from that.
-FILE *take_stdout(bool quiet) {
-    const int results = dup(STDOUT_FILENO);
-    FILE *out = results >= 0 ? fdopen(results, "w") : nullptr;
-    if (out == nullptr) {
-        throw std::runtime_error("cannot duplicate standard output");
-    }
-    std::fflush(stdout);
-    if (quiet) {
-        FILE *null = std::freopen("/dev/null", "w", stdout);
-        (void)null;
-    } else {
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-    }
-    return out;
-}
-
-int run(const Options &o) {
-    FILE *out = take_stdout(o.quiet);
+int run(const tool::Options &o) {
+    std::unique_ptr<tool::Lock> lock;
     std::unique_ptr<vcard::VirtualCard> card;
     std::unique_ptr<vcard::VirtualPlatform> virt;
     std::string before;
-
     if (o.image) {
-        if (!fs::exists(*o.image)) {
-            throw tool::Failure("cannot read card image " + *o.image);
+        if (!fs::is_regular_file(*o.image)) {
+            throw tool::Failure("cannot read card image " + *o.image +
+                                " (sample/card.img of the sources is one)");
         }
+        lock = std::make_unique<tool::Lock>(*o.image);
         card = std::make_unique<vcard::VirtualCard>();
         try {
             card->load_image_file(*o.image);
@@ -155,36 +86,105 @@ int run(const Options &o) {
         const std::string sandbox = o.sandbox ? *o.sandbox : *o.image + ".d";
         vcard::prepare_sandbox(sandbox, o.config.value_or(""));
         virt = std::make_unique<vcard::VirtualPlatform>(*card, sandbox);
-        std::fprintf(stderr, "simcardctl: sandbox %s\n", sandbox.c_str());
+        if (!o.quiet) std::fprintf(stderr, "simcardctl: sandbox %s\n", sandbox.c_str());
+    } else {
+        std::error_code ec;  // a missing directory shows as the lock's own error
+        fs::create_directories(fs::path(kLockFile).parent_path(), ec);
+        lock = std::make_unique<tool::Lock>(kLockFile);
     }
+    check_holders(o);
 
+    tool::Console console(o.quiet);
     const simcard_platform &base = virt ? *virt->table() : sys::real();
-    tool::TracingPlatform traced(base, o.trace ? stderr : nullptr);
-    tool::install(traced.table());
-
-    tool::Session session(out);
-    for (const auto &command : o.commands) {
-        session.run(command);
+    vcard::Tap tap(base);
+    if (o.trace != tool::Trace::Off) {
+        const bool hex = o.trace == tool::Trace::Hex;
+        tap.add_sink([&console, hex](const vcard::TraceEntry &e, const timeval &) {
+            console.pump();  // the library's lines before the command, in order
+            std::fprintf(stderr, "card: %s\n", vcard::describe(e).c_str());
+            if (hex) {
+                for (const auto &line : vcard::describe_bytes(e)) {
+                    std::fprintf(stderr, "card:   %s\n", line.c_str());
+                }
+            }
+        });
     }
-    std::fflush(out);
+    std::unique_ptr<vcard::PcapWriter> pcap;
+    if (o.pcap) {
+        try {
+            pcap = std::make_unique<vcard::PcapWriter>(*o.pcap);
+        } catch (const std::exception &e) {
+            throw tool::Failure(e.what());
+        }
+        tap.add_sink(
+            [&pcap](const vcard::TraceEntry &e, const timeval &when) { pcap->write(e, when); });
+    }
+    tool::install(tap.table());
+    auto resolved = [&base](const char *path) { return std::string(base.resolve(base.ctx, path)); };
 
+    tool::Session session({console.results(), console, o.force, resolved(SIMCARD_PATH_LOG),
+                           resolved(SIMCARD_PATH_CONFIG), o.image.has_value()});
+    std::optional<std::string> failure;
+    try {
+        for (const auto &command : o.commands) session.run(command);
+        session.finish();
+    } catch (const std::exception &e) {
+        failure = e.what();  // the image below still keeps what reached the card
+    }
+    console.pump();
+    std::fflush(console.results());
+    tool::install(nullptr);
+    if (failure) {
+        std::fprintf(stderr, "simcardctl: %s\n", failure->c_str());
+        const std::vector<std::string> lost = session.unwritten();
+        if (!lost.empty()) {
+            std::string names;
+            for (const auto &f : lost) names += "\n  " + f;
+            std::fprintf(stderr, "simcardctl: changes in memory that did not reach the card:%s\n",
+                         names.c_str());
+        }
+    }
+    if (pcap && !o.quiet) {
+        std::fprintf(stderr, "simcardctl: %zu card commands in %s\n", pcap->frames(),
+                     o.pcap->c_str());
+    }
+    // The image is the card: what reached it stays, also after a failure.
     if (card && image_text(*card) != before) {
         card->save_image_file(*o.image);
+        if (failure && !o.quiet) {
+            std::fprintf(stderr, "simcardctl: the card changed before the failure; %s holds it\n",
+                         o.image->c_str());
+        }
     }
-    return 0;
+    return failure ? 1 : 0;
+}
+
+void usage_error(const std::string &what) {
+    std::fprintf(stderr, "simcardctl: %s\nTry 'simcardctl --help' for more information.\n",
+                 what.c_str());
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
+    tool::Options options;
     try {
-        return run(parse(argc, argv));
+        options = tool::parse_options(argc, argv);
     } catch (const tool::UsageError &e) {
-        if (*e.what() != '\0') {
-            std::fprintf(stderr, "simcardctl: %s\n", e.what());
-        }
-        std::fputs(kUsage, stderr);
+        usage_error(e.what());
         return 2;
+    }
+    if (options.help) {
+        std::fputs(tool::kHelp, stdout);
+        return 0;
+    }
+    if (options.version) {
+        std::printf("simcardctl %s\nlibsimcard %s (libsimcard.so.%d)\n", SIMCARD_VERSION_STRING,
+                    SIMCARD_VERSION_STRING, SIMCARD_VERSION_MAJOR);
+        return 0;
+    }
+    try {
+        return run(options);
     } catch (const std::exception &e) {
         std::fflush(stdout);
         std::fprintf(stderr, "simcardctl: %s\n", e.what());

@@ -12,7 +12,8 @@ LIBSIMCARD_SITE_METHOD = local
 LIBSIMCARD_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude='/build*' --exclude=/out
 LIBSIMCARD_LICENSE = Proprietary
 LIBSIMCARD_INSTALL_STAGING = YES
-LIBSIMCARD_DEPENDENCIES = libupnp openssl
+# json-for-modern-cpp: simcardctl's JSON output (headers only).
+LIBSIMCARD_DEPENDENCIES = libupnp openssl json-for-modern-cpp
 # cmake-package configures with BUILD_TESTING=OFF: no tests, no benchmarks.
 
 $(eval $(cmake-package))
