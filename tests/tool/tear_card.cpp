@@ -1,8 +1,7 @@
 // A gateway program whose synchronisation loses the card part-way: on a card
-// image it starts up, sets the values given and synchronises, while the card
-// takes only the first CHUNKS UPDATE BINARY commands; every later one fails
-// in the driver, as when the power goes. The image is saved as the cut left
-// the card.
+// image it starts up, sets the values given and synchronises, and the card's
+// power goes after the first CHUNKS UPDATE BINARY commands. The image is
+// saved as the cut left the card.
 //
 //   tear_card IMAGE SANDBOX CHUNKS [PATH VALUE]...
 //
@@ -26,13 +25,12 @@ const simcard_platform *g_table = nullptr;
 extern "C" const simcard_platform *simcard_platform_override(void) { return g_table; }
 
 int main(int argc, char **argv) {
-    using simcard::vcard::VirtualCard;
     if (argc < 4 || argc % 2 != 0) {
         std::fprintf(stderr, "usage: tear_card IMAGE SANDBOX CHUNKS [PATH VALUE]...\n");
         return 2;
     }
     try {
-        VirtualCard card;
+        simcard::vcard::VirtualCard card;
         card.load_image_file(argv[1]);
         simcard::vcard::VirtualPlatform platform(card, argv[2]);
         g_table = platform.table();
@@ -42,8 +40,7 @@ int main(int argc, char **argv) {
                 throw std::runtime_error(std::string("cannot set ") + argv[i]);
             }
         }
-        card.fail_ioctl(simcard::vcard::ins::kUpdateBinary, std::atoi(argv[3]),
-                        VirtualCard::kAlways);
+        card.cut_power_after_updates(std::strtoul(argv[3], nullptr, 10));
         const int rc = simcard_syncData2Sim();
         std::fflush(stdout);
         g_table = nullptr;
