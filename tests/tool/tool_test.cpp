@@ -750,6 +750,25 @@ TEST_F(Tool, RepairKeepsWhatSurvivedAndRefusesWhatItCannotMend) {
     }
 }
 
+// A record name that no record text can hold (a document naming "P 3") would
+// leave the mended text as broken as the card's: nothing is written.
+TEST_F(Tool, RepairRefusesATextItsDocumentWouldBreakAgain) {
+    config_ = sandbox_.path("simcardconfig.xml");
+    std::ofstream(config_) << std::regex_replace(
+        file_text(std::string(SIMCARD_SAMPLE_DIR) + "/simcardconfig.xml"),
+        std::regex("<PeriodicInformEnable n=\"P03\""), "<PeriodicInformEnable n=\"P 3\"");
+    edit_image("file 6F05", "file 6F05 256 1 00 <P00=\"http://a/\" P01=\"c");
+    const std::string before = file_text(image_);
+    const Result r = run({"card", "repair", "6F05"});
+    EXPECT_EQ(1, r.status);
+    EXPECT_TRUE(has(r.err,
+                    "cannot repair 6F05 (ManagementServer): the mended text would be "
+                    "broken too ("))
+        << r.err;
+    EXPECT_TRUE(has(r.err, "holds its former bytes again")) << r.err;
+    EXPECT_EQ(before, file_text(image_));
+}
+
 // ---- the other commands ------------------------------------------------------
 
 TEST_F(Tool, CardCommandsListAndResetFilesAndRestoreNamesWhatItReset) {

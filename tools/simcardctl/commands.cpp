@@ -694,6 +694,11 @@ void Session::repair_file(uint16_t id) {
     std::vector<Record> plain;
     for (const Mended &m : records) plain.push_back(m.record);
     std::string text = record_text(plain);
+    // A record name of the document that no record text can hold.
+    const Reading mended = read_records(text, expected);
+    if (!mended.problems.empty()) {
+        refuse("the mended text would be broken too (" + joined(mended.problems) + ")");
+    }
     if (text.size() > before->size()) {
         refuse("the mended record text needs " + std::to_string(text.size()) +
                " bytes and the file holds " + std::to_string(before->size()));

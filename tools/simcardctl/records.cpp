@@ -11,7 +11,9 @@ namespace {
 
 constexpr size_t kNameLength = 3;  // the library's rewrite counts on it
 
-bool name_char(char c) { return c != ' ' && c != '=' && c != '"' && c != '<' && c != '>'; }
+bool name_char(char c) {
+    return c != ' ' && c != '=' && c != '"' && c != '<' && c != '>' && c != '\0';
+}
 
 bool listed(const std::vector<std::string> &names, const std::string &name) {
     return std::find(names.begin(), names.end(), name) != names.end();
@@ -51,9 +53,10 @@ public:
 private:
     bool ended() const { return at_ >= text_.size(); }
     std::string byte() const { return " (byte " + std::to_string(at_) + ")"; }
+    // A break; `cut` is the name, or as much of it as there is.
     bool stop(std::string what, const std::string &cut) {
         r_.problems.push_back(std::move(what));
-        r_.cut = cut;
+        if (!cut.empty()) r_.cut = cut;
         return false;
     }
 

@@ -25,7 +25,7 @@ struct Reading {
     // The record text closed with ">" and nothing in it was cut short: no
     // record can have been lost behind a break.
     bool complete = false;
-    std::string cut;  // the record the text breaks in, when one
+    std::optional<std::string> cut;  // the record (or name) the text breaks in
     bool has(const std::string &name) const;
     const Record *find(const std::string &name) const;
 };
