@@ -21,7 +21,7 @@ failed build, 2 for wrong arguments.
 USAGE
 }
 
-TARGETS="records vlan mapping pattern document hostile_card"
+TARGETS="records vlan mapping pattern document hostile_card repair"
 
 die_usage() {
     echo "fuzz.sh: $1" >&2

@@ -115,6 +115,11 @@ protected:
         return card;
     }
 
+    void fresh_image() const {
+        fs::copy_file(std::string(SIMCARD_SAMPLE_DIR) + "/card.img", image_,
+                      fs::copy_options::overwrite_existing);
+    }
+
     // The image with one file's line (or another whole line) replaced.
     void edit_image(const std::string &line_start, const std::string &line) {
         const std::string text = file_text(image_);
@@ -262,7 +267,7 @@ TEST_F(Tool, ATornRecordIsSeenBeforeASyncAndNamedAfterOne) {
     Result r = run({"set", kUser, "x"});
     EXPECT_EQ(1, r.status);
     EXPECT_TRUE(has(r.err, "the record text of card file 6F05 cannot be rewritten")) << r.err;
-    EXPECT_TRUE(has(r.err, "card reset 6F05 puts back its factory contents")) << r.err;
+    EXPECT_TRUE(has(r.err, "card repair 6F05 mends it")) << r.err;
 
     r = run({"--force", "set", kUser, "x", "--", "set",
              kIgd + "LANDevice.1.LANHostConfigManagement.MinAddress", "192.168.1.50", "--",
@@ -385,6 +390,9 @@ TEST_F(Tool, TheCommandLineFollowsTheConventions) {
         {"card", "cat", "7001"},
         {"card", "apdu", "A0A4"},
         {"card", "apdu", "A0A40000027F80", "--", "sync"},
+        {"card", "repair"},
+        {"card", "check", "6F05"},
+        {"get", kUrl, "--", "card", "repair", "6F05"},
         {"--sandbox=x", "sync"},
         {"--virtual"},
     };
@@ -535,7 +543,10 @@ TEST_F(Tool, ChangesAreRefusedWhileAnotherProcessHoldsTheDevice) {
     EXPECT_TRUE(has(r.err, "give --force")) << r.err;
     EXPECT_EQ(before, file_text(image_));
 
-    r = run({"get", kUrl}, env);  // looking is allowed
+    r = run({"card", "repair", "6F05"}, env);
+    EXPECT_EQ(1, r.status);
+    EXPECT_TRUE(has(r.err, "give --force")) << r.err;
+    r = run({"get", kUrl, "--", "card", "check"}, env);  // looking is allowed
     EXPECT_EQ(0, r.status) << r.err;
     r = run({"--force", "set", kUrl, "http://x/"}, env);
     EXPECT_EQ(0, r.status) << r.err;
@@ -556,6 +567,206 @@ TEST_F(Tool, InvocationsWaitForEachOther) {
     const Result r = tool.finish();
     EXPECT_EQ(0, r.status) << r.err;
     EXPECT_EQ(kUrl + " = http://itms.example.net:9090/ACS\n", r.out);
+}
+
+// ---- torn files ---------------------------------------------------------------
+
+// A synchronisation that loses the card after its first chunk leaves 6F05
+// torn. In the next process every synchronisation stops at it; card check
+// names it, card repair keeps the records that survived and takes the others
+// from the factory contents, and synchronisations go through again.
+TEST_F(Tool, AFileTornByAPowerCutIsFoundMendedAndSynchronisedAgain) {
+    Result r = run({"card", "check"});
+    ASSERT_EQ(0, r.status) << r.err;
+    EXPECT_EQ("checked 43 card files: all sound\n", r.out);
+
+    // 204 bytes of record text: the cut falls in P05's value.
+    const std::string url = "http://" + std::string(112, 'a') + ".example/";
+    r = exec({TEAR_CARD, image_, image_ + ".d", "1", kUrl, url,
+              kServer + "ConnectionRequestUsername", std::string(32, 'u')});
+    ASSERT_EQ(0, r.status) << r.err;
+    EXPECT_TRUE(has(r.out, "file id 0x6f05 save to sim error")) << r.out;
+    EXPECT_EQ(200u, card_after().text(0x6F05).size()) << card_after().text(0x6F05);
+
+    r = run({"--force", "set", kUser, "bob", "--", "sync"});
+    EXPECT_EQ(1, r.status);
+    EXPECT_TRUE(has(r.err, "file id 0x6f05 P01 write param error")) << r.err;
+    EXPECT_TRUE(has(r.err,
+                    "hint: its record text on the card may be torn (card check); "
+                    "card repair 6F05 mends it"))
+        << r.err;
+
+    r = run({"card", "check"});
+    EXPECT_EQ(1, r.status);
+    EXPECT_EQ(
+        "6F05 (ManagementServer) is broken:\n"
+        "  the value of P05 has no closing quote: the text ends after 200 bytes\n"
+        "  no closing \">\": the text ends after 200 bytes\n"
+        "  records missing: P06\n"
+        "checked 43 card files: broken: 6F05\n",
+        r.out);
+    EXPECT_TRUE(has(r.err, "simcardctl: broken record text in 6F05 (card repair FILE... mends it)"))
+        << r.err;
+    r = run({"card", "check", "--json"});
+    EXPECT_EQ(1, r.status);
+    const Json report = Json::parse(r.out);
+    EXPECT_EQ(false, report["sound"]);
+    for (const Json &file : report["files"]) {
+        EXPECT_EQ(file["file"] != "6F05", file["sound"]) << file;
+    }
+
+    r = run({"card", "repair", "6F05"});
+    ASSERT_EQ(0, r.status) << r.err;
+    const std::string mended = "<P00=\"" + url +
+                               "\" P01=\"cpe\" P02=\"cpe123\" P03=\"1\" P04=\"43200\" "
+                               "P05=FF P06=FF>";
+    EXPECT_EQ("repaired 6F05 (ManagementServer): " + std::to_string(mended.size()) +
+                  " bytes of record text written and read back\n"
+                  "  P00  kept from the card\n"
+                  "  P01  kept from the card\n"
+                  "  P02  kept from the card\n"
+                  "  P03  kept from the card\n"
+                  "  P04  kept from the card\n"
+                  "  P05  from the factory contents (cut short on the card)\n"
+                  "  P06  from the factory contents (missing on the card)\n",
+              r.out);
+    const auto card = card_after();
+    const std::vector<uint8_t> &bytes = card.file(0x6F05)->contents;
+    EXPECT_EQ(mended + std::string(256 - mended.size(), '\0'),
+              std::string(bytes.begin(), bytes.end()));
+
+    r = run({"card", "check", "--", "set", kUser, "bob", "--", "sync"});
+    ASSERT_EQ(0, r.status) << r.err;
+    EXPECT_EQ("checked 43 card files: all sound\n" + kUser + " := bob\nsynchronised: 6F05\n",
+              r.out);
+    r = run({"get", kUrl, kUser});
+    EXPECT_EQ(kUrl + " = " + url + "\n" + kUser + " = bob\n", r.out);
+}
+
+// card check reads the record text strictly, as the library writes it, and
+// says where it breaks.
+TEST_F(Tool, CheckSaysWhereARecordTextBreaks) {
+    const struct {
+        std::string text;
+        std::string says;
+    } cases[] = {
+        {"P00=\"a\" P01=\"b\" P02=\"c\">", "no opening \"<\"\n  records missing: P00 P01 P02"},
+        {"xx<P00=\"a\" P01=\"b\" P02=\"c\">", "2 bytes before the opening \"<\""},
+        {"<P00=\"a\" P0", "record name cut short at byte 9: \"P0\""},
+        {"<P00=\"a\" P01", "record P01 cut short after its name (byte 12)"},
+        {"<P00=\"a\" P01:\"b\" P02=\"c\">", "record P01 has no \"=\" (byte 12)"},
+        {"<P00=\"a\" P01=F", "record P01 cut short after \"=\" (byte 13)"},
+        {"<P00=\"a\" P01=x P02=\"c\">", "record P01 has neither a quoted value nor FF (byte 13)"},
+        {"<P00=\"a\" P01=\"b> P02=\"c\">",
+         "the value of P01 has no closing quote before the \">\" (byte 15)"},
+        {"<P00=\"a\",P01=\"b\" P02=\"c\">", "unexpected \",\" after record P00 (byte 8)"},
+        {"<P00=\"a\" P01=\"b\" P00=\"c\" P02=FF>",
+         "record P00 appears twice (again at byte 17): the library reads and rewrites the first "
+         "only"},
+        {"<P00=\"a\" P02=\"c\">", "records missing: P01"},
+        {"<P00=\"a\" P01=\"b\" P02=\"c\"", "no closing \">\": the text ends after 24 bytes"},
+        {"<P00=\"a\"\\x20", "the text ends after 9 bytes, where a record should start"},
+        {"", "no record text; records missing: P00 P01 P02"},
+    };
+    for (const auto &c : cases) {
+        edit_image("file 6F04", "file 6F04 128 1 00 " + c.text);
+        const Result r = run({"card", "check"});
+        EXPECT_EQ(1, r.status) << c.text;
+        EXPECT_TRUE(has(r.out, "6F04 (DeviceInfo) is broken:\n  " + c.says + "\n")) << r.out;
+    }
+}
+
+// What card repair takes from where, and when it refuses: then the card
+// holds its former bytes again.
+TEST_F(Tool, RepairKeepsWhatSurvivedAndRefusesWhatItCannotMend) {
+    std::string unset_p03_to_p16;
+    for (int n = 3; n <= 16; ++n)
+        unset_p03_to_p16 += (n < 10 ? " P0" : " P1") + std::to_string(n % 10) + "=FF";
+    const struct {
+        std::vector<std::pair<std::string, std::string>> lines;
+        int status;
+        std::string says;
+        std::string file;
+        std::string text;  // after; empty: the image is as it was
+    } cases[] = {
+        {{}, 0, "6F05 (ManagementServer) is sound: nothing to repair\n", "6F05", ""},
+        {{{"file 6F05", "file 6F05 256 1 00 <P00=\"http://a/\" P01=\"c"},
+          {"factory 6F05", "factory 6F05 00 <P02=FF>"}},
+         0,
+         "  P00  kept from the card\n"
+         "  P01  unset (FF): cut short on the card, and not in the factory contents\n"
+         "  P02  from the factory contents (missing on the card)\n"
+         "  P03  unset (FF): missing on the card, and not in the factory contents\n",
+         "6F05",
+         "<P00=\"http://a/\" P01=FF P02=FF P03=FF P04=FF P05=FF P06=FF>"},
+        {{{"file 6F05", "file 6F05 256 1 00 <P00=\"http://a/\" P01"},
+          {"factory 6F05", "factory 6F05 00 <P00=\"http://f/"}},
+         1,
+         "cannot repair 6F05 (ManagementServer): its factory contents are broken too (the "
+         "value of P00 has no closing quote: the text ends after 15 bytes; no closing \">\": "
+         "the text ends after 15 bytes): they cannot stand in for the records the card lost",
+         "6F05",
+         ""},
+        {{{"file 6F05", "file 6F05 64 1 00 <P00=\"http://a/\" P01=\"c"},
+          {"factory 6F05", "factory 6F05 00 <P01=\"" + std::string(50, 'y') + "\">"}},
+         1,
+         "cannot repair 6F05 (ManagementServer): the mended record text needs 109 bytes and the "
+         "file holds 64",
+         "6F05",
+         ""},
+        {{{"file 6F0C",
+           "file 6F0C 512 0 00 <P00=\"4.IP.1\" P01=\"4\n"
+           "factory 6F0C 00 <P01=\"47\" P02=\"1\">"}},
+         0,
+         "repaired 6F0C (instance file of Wanconnection, outside the tree): 129 bytes of record "
+         "text written and read back\n"
+         "  P00  kept from the card\n"
+         "  P01  from the factory contents (cut short on the card)\n"
+         "  P02  from the factory contents (missing on the card)\n"
+         "  P03  unset (FF): missing on the card, and not in the factory contents\n",
+         "6F0C",
+         "<P00=\"4.IP.1\" P01=\"47\" P02=\"1\"" + unset_p03_to_p16 + ">"},
+    };
+    for (const auto &c : cases) {
+        fresh_image();
+        for (const auto &[start, line] : c.lines) edit_image(start, line);
+        const std::string before = file_text(image_);
+        const Result r = run({"card", "repair", c.file});
+        EXPECT_EQ(c.status, r.status) << r.err;
+        EXPECT_TRUE(has(c.status == 0 ? r.out : r.err, c.says)) << r.out << r.err;
+        EXPECT_EQ(c.file == "6F0C",
+                  has(r.out,
+                      "  the card marks it updated now: start-up takes it into the model "
+                      "when its index record names an instance\n"))
+            << r.out;
+        if (c.text.empty()) {
+            EXPECT_EQ(before, file_text(image_)) << c.file;
+            EXPECT_TRUE(c.status == 0 || has(r.err, "holds its former bytes again")) << r.err;
+        } else {
+            EXPECT_EQ(c.text,
+                      card_after().text(static_cast<uint16_t>(std::stoi(c.file, nullptr, 16))));
+            EXPECT_EQ(0, run({"card", "check"}).status) << c.file;
+        }
+    }
+}
+
+// A record name that no record text can hold (a document naming "P 3") would
+// leave the mended text as broken as the card's: nothing is written.
+TEST_F(Tool, RepairRefusesATextItsDocumentWouldBreakAgain) {
+    config_ = sandbox_.path("simcardconfig.xml");
+    std::ofstream(config_) << std::regex_replace(
+        file_text(std::string(SIMCARD_SAMPLE_DIR) + "/simcardconfig.xml"),
+        std::regex("<PeriodicInformEnable n=\"P03\""), "<PeriodicInformEnable n=\"P 3\"");
+    edit_image("file 6F05", "file 6F05 256 1 00 <P00=\"http://a/\" P01=\"c");
+    const std::string before = file_text(image_);
+    const Result r = run({"card", "repair", "6F05"});
+    EXPECT_EQ(1, r.status);
+    EXPECT_TRUE(has(r.err,
+                    "cannot repair 6F05 (ManagementServer): the mended text would be "
+                    "broken too ("))
+        << r.err;
+    EXPECT_TRUE(has(r.err, "holds its former bytes again")) << r.err;
+    EXPECT_EQ(before, file_text(image_));
 }
 
 // ---- the other commands ------------------------------------------------------
@@ -600,13 +811,15 @@ TEST_F(Tool, BashCompletesCommandsOptionsFilesAndPaths) {
     };
     const std::string tool = SIMCARDCTL;
     EXPECT_EQ("card\n", complete({tool, "--virtual", image_, "ca"}));
-    EXPECT_EQ("cat\n", complete({tool, "card", "c"}));
+    EXPECT_EQ("cat\ncheck\n", complete({tool, "card", "c"}));
     EXPECT_EQ("--version\n", complete({tool, "--vers"}));
     EXPECT_EQ(kServer + "\n", complete({tool, "--virtual", "=", image_, "get", kIgd + "Manag"}));
     EXPECT_EQ(kUrl + "\n" + kUser + "\n",
               complete({tool, "--virtual", image_, "sync", "--", "set", kServer + "U"}));
     EXPECT_EQ("", complete({tool, "--virtual", image_, "set", kUrl, "h"})) << "a value";
     EXPECT_TRUE(has(complete({tool, "--virtual", image_, "card", "cat", "6F0"}), "6F04\n6F05\n"));
+    EXPECT_EQ("repair\nreset\n", complete({tool, "card", "re"}));
+    EXPECT_TRUE(has(complete({tool, "--virtual", image_, "card", "repair", "6F0"}), "6F05\n"));
 }
 
 }  // namespace

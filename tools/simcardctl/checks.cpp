@@ -9,13 +9,13 @@
 
 #include "simcard.h"
 #include "tools/simcardctl/model.h"
+#include "tools/simcardctl/records.h"
 #include "tools/simcardctl/text.h"
 
 namespace simcard::tool {
 namespace {
 
 using model::file_name;
-using model::kOperatorDir;
 using model::kVlanFile;
 
 // The library's value buffers: a set's card value and a VLAN record.
@@ -26,15 +26,6 @@ constexpr int kVlanRead = 64;
 using Writes = std::vector<std::pair<std::string, std::string>>;
 
 std::string quoted(const std::string &text) { return "\"" + brief(text) + "\""; }
-
-// The file's record text on the card and its size.
-std::optional<std::pair<std::string, int>> card_text(uint16_t id) {
-    const int size = sim_card_select_file(kOperatorDir, id);
-    if (size < 0) return std::nullopt;
-    std::vector<char> buf(static_cast<size_t>(size) + 1, '\0');
-    if (size > 0 && simcard_ReadFile(id, buf.data(), size) != 0) return std::nullopt;
-    return std::make_pair(std::string(buf.data()), size);
-}
 
 // The text after the library's record rewrites, in order; nothing when one
 // of them would fail. A value "FF" is the library's "leave it".
@@ -56,16 +47,17 @@ std::optional<std::string> rewritten(std::string text, const Writes &writes) {
 // Whether the card file can take the records rewritten.
 std::optional<std::string> check_fits(uint16_t id, const Writes &writes) {
     const std::string file = file_name(id);
-    const auto card = card_text(id);
-    if (!card) return "card file " + file + " cannot be read";
-    const auto after = rewritten(card->first, writes);
+    const auto bytes = read_card_file(id);
+    if (!bytes) return "card file " + file + " cannot be read";
+    const std::string text(text_of(*bytes));
+    const auto after = rewritten(text, writes);
     if (!after) {
-        return "the record text of card file " + file + " cannot be rewritten (" +
-               quoted(card->first) + "); card reset " + file + " puts back its factory contents";
+        return "the record text of card file " + file + " cannot be rewritten (" + quoted(text) +
+               "); card repair " + file + " mends it";
     }
-    if (after->size() > static_cast<size_t>(card->second)) {
+    if (after->size() > bytes->size()) {
         return "card file " + file + " would need " + std::to_string(after->size()) +
-               " bytes of record text and holds " + std::to_string(card->second) +
+               " bytes of record text and holds " + std::to_string(bytes->size()) +
                ": the card would keep a torn record";
     }
     return std::nullopt;

@@ -15,6 +15,7 @@
 #include "simcard.h"
 #include "tools/simcardctl/checks.h"
 #include "tools/simcardctl/model.h"
+#include "tools/simcardctl/records.h"
 #include "tools/simcardctl/text.h"
 #include "vcard/virtual_card.h"
 
@@ -93,6 +94,44 @@ std::optional<unsigned> dirty_marker(const std::string &line) {
 
 void print_json(FILE *out, const Json &json) { std::fprintf(out, "%s\n", json.dump(2).c_str()); }
 
+// The library keeps the text of the file whose records it read last, and
+// rewrites and commits that copy at the next record write. After the file
+// changed behind it, selecting another file makes it read the card afresh.
+void forget_session_text(uint16_t id) {
+    if (sim_session.file_id != id || sim_session.content == nullptr) return;
+    for (IXML_Node *file : model::files()) {
+        const auto other = model::file_id(file);
+        if (other && *other != id && sim_card_select_file(kOperatorDir, *other) >= 0) return;
+    }
+}
+
+// The card's update bit of a file; none when the card does not say.
+std::optional<bool> update_bit(uint16_t id) {
+    unsigned char status[kStatusBytes] = {};
+    if (hal_get_all_update_status(status) != 0) return std::nullopt;
+    const int bit = simcard_file_isupdated(id, status);
+    return bit < 0 ? std::nullopt : std::optional<bool>(bit == 1);
+}
+
+std::string joined(const std::vector<std::string> &lines) {
+    std::string text;
+    for (const auto &line : lines) text += (text.empty() ? "" : "; ") + line;
+    return text;
+}
+
+std::string source_text(const Mended &m, const Reading &card) {
+    const std::string lost = m.record.name == card.cut ? "cut short" : "missing";
+    switch (m.source) {
+        case Source::Card:
+            return "kept from the card";
+        case Source::Factory:
+            return "from the factory contents (" + lost + " on the card)";
+        case Source::Neither:
+            break;
+    }
+    return "unset (FF): " + lost + " on the card, and not in the factory contents";
+}
+
 }  // namespace
 
 Session::Session(Setting setting) : s_(std::move(setting)), log_start_(log_size()) {}
@@ -140,6 +179,10 @@ void Session::run(const Command &c) {
         card_cat(args[0], c.hex);
     } else if (name == "card reset") {
         card_reset(args);
+    } else if (name == "card check") {
+        card_check(c.json);
+    } else if (name == "card repair") {
+        card_repair(args);
     } else {
         card_apdu(args);
     }
@@ -369,8 +412,9 @@ void Session::sync(bool automatic) {
                                             : "\n  the synchronisation stopped before it";
         if (contains(lines, "write param error")) {
             const std::string name = file_name(id.value_or(0));
-            report += "\n  hint: its record text on the card may be torn (card cat --hex " + name +
-                      "); card reset " + name + " puts back its factory contents";
+            report +=
+                "\n  hint: its record text on the card may be torn (card check); card repair " +
+                name + " mends it";
         }
     }
     if (!left.empty() || rc != 0) {
@@ -511,18 +555,14 @@ void Session::card_cat(const std::string &file, bool hex) {
     const unsigned short id = parse_file_id(file);
     open_card();
     const size_t mark = s_.console.mark();
-    const int size = sim_card_select_file(kOperatorDir, id);
-    if (size < 0) throw Failure("no card file " + file + indented(s_.console.since(mark)));
-    std::vector<char> buf(static_cast<size_t>(size) + 1, '\0');
-    if (size > 0 && simcard_ReadFile(id, buf.data(), size) != 0) {
-        throw Failure("cannot read card file " + file + indented(s_.console.since(mark)));
-    }
+    const std::optional<std::string> bytes = read_card_file(id);
+    if (!bytes) throw Failure("cannot read card file " + file + indented(s_.console.since(mark)));
     s_.console.pump();
     if (!hex) {
-        std::fprintf(s_.out, "%s\n", printable(buf.data()).c_str());
+        std::fprintf(s_.out, "%s\n", printable(text_of(*bytes)).c_str());
         return;
     }
-    for (const auto &line : hex_dump(std::vector<uint8_t>(buf.begin(), buf.end() - 1))) {
+    for (const auto &line : hex_dump(std::vector<uint8_t>(bytes->begin(), bytes->end()))) {
         std::fprintf(s_.out, "%s\n", line.c_str());
     }
 }
@@ -536,8 +576,152 @@ void Session::card_reset(const std::vector<std::string> &files) {
         throw Failure("the card refused the factory reset" + indented(s_.console.since(mark)));
     }
     std::string names;
-    for (const auto id : ids) names += " " + file_name(id);
+    for (const auto id : ids) {
+        forget_session_text(id);
+        names += " " + file_name(id);
+    }
+    s_.console.pump();
     std::fprintf(s_.out, "reset to factory contents:%s\n", names.c_str());
+}
+
+void Session::card_check(bool json) {
+    init();
+    Json rows = Json::array();
+    std::string broken;
+    size_t checked = 0;
+    for (const model::CardFile &f : model::card_files()) {
+        s_.console.pump();
+        const std::optional<std::string> bytes = f.id ? read_card_file(*f.id) : std::nullopt;
+        std::vector<std::string> problems;
+        if (!f.in_tree) {
+            s_.console.drop();  // ids of the range that the card does not have
+            if (!bytes || text_of(*bytes).empty()) continue;  // no card file, or unused
+        }
+        if (!f.id) {
+            problems = {"its file element names no card file (attribute n)"};
+        } else if (!bytes) {
+            problems = {"the card file cannot be read"};
+        } else {
+            problems = read_records(text_of(*bytes), f.expected).problems;
+        }
+        ++checked;
+        if (!problems.empty()) broken += " " + (f.id ? file_name(*f.id) : f.label);
+        if (json) {
+            Json list = Json::array();
+            for (const auto &p : problems) list.push_back(utf8(p));
+            rows.push_back({{"file", f.id ? Json(file_name(*f.id)) : Json(nullptr)},
+                            {"element", utf8(f.element)},
+                            {"in_tree", f.in_tree},
+                            {"sound", problems.empty()},
+                            {"problems", list}});
+        } else if (!problems.empty()) {
+            std::fprintf(s_.out, "%s is broken:%s\n", printable(f.label).c_str(),
+                         indented(problems).c_str());
+        }
+    }
+    s_.console.pump();
+    if (json) {
+        print_json(s_.out, {{"sound", broken.empty()}, {"files", rows}});
+    } else {
+        std::fprintf(s_.out, "checked %zu card files: %s\n", checked,
+                     broken.empty() ? "all sound" : ("broken:" + broken).c_str());
+    }
+    if (!broken.empty()) {
+        throw Failure("broken record text in" + broken + " (card repair FILE... mends it)");
+    }
+}
+
+void Session::card_repair(const std::vector<std::string> &files) {
+    init();
+    std::string failed;
+    for (const auto &file : files) {
+        try {
+            repair_file(parse_file_id(file));
+        } catch (const Failure &e) {
+            failed += (failed.empty() ? "" : "\n") + std::string(e.what());
+        }
+    }
+    if (!failed.empty()) throw Failure(failed);
+}
+
+// Reads the text, takes the factory contents from the card where records
+// are lost (the card hands them over only by resetting the file), writes the
+// mended text over the whole file and reads it back. A refusal after the
+// reset writes the former bytes back.
+void Session::repair_file(uint16_t id) {
+    const model::CardFile f = model::card_file(id);
+    const std::string label = printable(f.label);
+    s_.console.pump();
+    const size_t mark = s_.console.mark();
+    const std::optional<std::string> before = read_card_file(id);
+    if (!before) throw Failure("cannot read card file " + label + indented(s_.console.since(mark)));
+    const std::vector<std::string> expected = f.expected_in(text_of(*before));
+    const Reading card = read_records(text_of(*before), expected);
+    if (card.problems.empty()) {
+        std::fprintf(s_.out, "%s is sound: nothing to repair\n", label.c_str());
+        return;
+    }
+    const std::optional<bool> bit = update_bit(id);
+    bool changed = false;  // the file on the card
+    // Refuses; a file that changed gets its former bytes back.
+    auto refuse = [&](const std::string &why) {
+        const bool back = !changed || write_card_file(id, *before);
+        forget_session_text(id);
+        throw Failure("cannot repair " + label + ": " + why + indented(s_.console.since(mark)) +
+                      (!changed ? "\n" + label + " is as it was"
+                       : back   ? "\n" + label + " holds its former bytes again"
+                                : "\nits former bytes could not be written back; its text was: \"" +
+                                    printable(text_of(*before)) + "\""));
+    };
+    Reading factory;
+    if (needs_factory(card, expected)) {
+        unsigned short ids[] = {id};
+        if (sim_card_factory_reset(ids, 1) != 0) {
+            throw Failure("cannot repair " + label +
+                          ": the card refused to reset it to its factory contents" +
+                          indented(s_.console.since(mark)));
+        }
+        changed = true;
+        const std::optional<std::string> bytes = read_card_file(id);
+        if (!bytes) refuse("its factory contents cannot be read");
+        factory = read_records(text_of(*bytes));
+        if (!factory.problems.empty()) {
+            refuse("its factory contents are broken too (" + joined(factory.problems) +
+                   "): they cannot stand in for the records the card lost");
+        }
+    }
+    const std::vector<Mended> records = mend(card, factory, expected);
+    std::vector<Record> plain;
+    for (const Mended &m : records) plain.push_back(m.record);
+    std::string text = record_text(plain);
+    // A record name of the document that no record text can hold.
+    const Reading mended = read_records(text, expected);
+    if (!mended.problems.empty()) {
+        refuse("the mended text would be broken too (" + joined(mended.problems) + ")");
+    }
+    if (text.size() > before->size()) {
+        refuse("the mended record text needs " + std::to_string(text.size()) +
+               " bytes and the file holds " + std::to_string(before->size()));
+    }
+    const size_t length = text.size();
+    text.resize(before->size(), '\0');
+    changed = true;
+    if (!write_card_file(id, text)) refuse("the card did not take the mended text");
+    forget_session_text(id);
+    s_.console.pump();
+    std::fprintf(s_.out, "repaired %s: %zu bytes of record text written and read back\n",
+                 label.c_str(), length);
+    for (const Mended &m : records) {
+        std::fprintf(s_.out, "  %s  %s\n", printable(m.record.name).c_str(),
+                     source_text(m, card).c_str());
+    }
+    const std::optional<bool> now = update_bit(id);
+    if (bit && now && *bit != *now) {
+        std::fprintf(s_.out, "  the card marks it %s now: start-up %s\n",
+                     *now ? "updated" : "not updated",
+                     *now ? "takes it into the model when its index record names an instance"
+                          : "leaves it out of the model");
+    }
 }
 
 void Session::card_apdu(const std::vector<std::string> &words) {

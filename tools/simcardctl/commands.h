@@ -2,6 +2,7 @@
 #ifndef SIMCARD_TOOLS_SIMCARDCTL_COMMANDS_H
 #define SIMCARD_TOOLS_SIMCARDCTL_COMMANDS_H
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -53,6 +54,9 @@ private:
     void card_ls(bool json);
     void card_cat(const std::string &file, bool hex);
     void card_reset(const std::vector<std::string> &files);
+    void card_check(bool json);
+    void card_repair(const std::vector<std::string> &files);
+    void repair_file(uint16_t id);
     void card_apdu(const std::vector<std::string> &hex);
 
     Setting s_;

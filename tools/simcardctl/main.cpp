@@ -38,7 +38,8 @@ constexpr const char *kTestDevice = "SIMCARDCTL_TEST_DEVICE";
 bool changes_card(const tool::Command &c) {
     const std::string name = c.name();
     return name == "set" || name == "add" || name == "del" || name == "sync" || name == "restore" ||
-           name == "first-online" || name == "card reset" || name == "card apdu";
+           name == "first-online" || name == "card reset" || name == "card repair" ||
+           name == "card apdu";
 }
 
 // Refuses a line that changes the card while another process holds the

@@ -3,7 +3,9 @@
 #include <strings.h>
 
 #include <cstdlib>
+#include <map>
 
+#include "sal/instance/templates.h"
 #include "simcard.h"
 
 namespace simcard::tool::model {
@@ -13,6 +15,25 @@ constexpr std::string_view kRoot = "InternetGatewayDevice.";
 
 bool starts_with(const std::string &text, std::string_view prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+CardFile tree_file(IXML_Node *file) {
+    CardFile f{file_id(file), describe_file(file), tag(file), true, {}};
+    for (IXML_Node *param : children(file)) {
+        const std::string name = attr_or(param, "n");
+        if (!name.empty() && strncasecmp(attr_or(param, "a").c_str(), "PARAM", 5) == 0) {
+            f.expected.push_back(name);
+        }
+    }
+    return f;
+}
+
+CardFile outside_file(uint16_t id, IXML_Node *demo) {
+    CardFile f = tree_file(demo);
+    f.id = id;
+    f.label = file_name(id) + " (instance file of " + f.element + ", outside the tree)";
+    f.in_tree = false;
+    return f;
 }
 
 }  // namespace
@@ -103,6 +124,37 @@ bool in_model(const std::string &prefix) {
         }
     }
     return false;
+}
+
+std::vector<std::string> CardFile::expected_in(std::string_view text) const {
+    return in_tree || !text.empty() ? expected : std::vector<std::string>();
+}
+
+std::vector<CardFile> card_files() {
+    std::vector<CardFile> list;
+    std::map<unsigned, IXML_Node *> named;
+    for (IXML_Node *file : files()) {
+        CardFile f = tree_file(file);
+        if (f.id && !named.emplace(*f.id, file).second) continue;
+        list.push_back(std::move(f));
+    }
+    for (const auto &group : instance::kGroups) {
+        const auto demo = named.find(static_cast<unsigned>(group.demo));
+        if (demo == named.end()) continue;
+        for (int id = group.demo + 1; id <= group.last; ++id) {
+            if (named.count(static_cast<unsigned>(id)) == 0) {
+                list.push_back(outside_file(static_cast<uint16_t>(id), demo->second));
+            }
+        }
+    }
+    return list;
+}
+
+CardFile card_file(uint16_t id) {
+    for (CardFile &f : card_files()) {
+        if (f.id == id) return f;
+    }
+    return {id, file_name(id), "", false, {}};
 }
 
 }  // namespace simcard::tool::model

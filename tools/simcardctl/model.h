@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace simcard::tool::model {
@@ -43,6 +44,24 @@ IXML_Node *param_by_path(const std::string &path);
 bool served_path(const std::string &uri);
 // A file element's or a parameter's path starts with prefix.
 bool in_model(const std::string &prefix);
+
+// A card file that card check reads and card repair mends: a file element
+// of the tree, or an instance file of an object whose demo the document
+// names that start-up left out of the tree (free, or not marked updated),
+// which a later add may write to all the same.
+struct CardFile {
+    std::optional<uint16_t> id;
+    std::string label;                  // "6F05 (ManagementServer)"
+    std::string element;                // the element's tag
+    bool in_tree = true;                // else an empty text is an unused file, and sound
+    std::vector<std::string> expected;  // the records the document names for it
+    // The expected records that the file's text must hold.
+    std::vector<std::string> expected_in(std::string_view text) const;
+};
+// The tree's files in document order, then the instance files outside it.
+std::vector<CardFile> card_files();
+// One of them, or a file the document does not know.
+CardFile card_file(uint16_t id);
 
 }  // namespace simcard::tool::model
 

@@ -31,6 +31,10 @@ const char *const kHelp =
     "  paths                      every data-model path served\n"
     "  card ls [--json]           card files: size and update bit\n"
     "  card cat [--hex] FILE      a card file's record text (--hex: a hex dump)\n"
+    "  card check [--json]        find card files whose record text is broken\n"
+    "  card repair FILE...        mend broken card files: records that survived,\n"
+    "                             the rest from the factory contents; before\n"
+    "                             commands that read or change values\n"
     "  card reset FILE...         reset card files to factory contents\n"
     "  card apdu HEX...           send one raw command CLA INS P1 P2 P3 [DATA];\n"
     "                             the last command of a line\n"
@@ -48,7 +52,7 @@ const char *const kHelp =
     "  -f, --force           pass values on unchecked, and change the card even\n"
     "                        while another process holds the device open\n"
     "  -v, --values          (get) values only, one per line\n"
-    "      --json            (get, tree, card ls) JSON output\n"
+    "      --json            (get, tree, card ls, card check) JSON output\n"
     "      --hex             (card cat) hex dump\n"
     "  -h, --help            this help\n"
     "      --version         the versions of simcardctl and libsimcard\n"
@@ -101,6 +105,8 @@ const Arity kCommands[] = {
     {"paths", 0, 0, "paths"},
     {"card ls", 0, 0, "card ls [--json]"},
     {"card cat", 1, 1, "card cat [--hex] FILE"},
+    {"card check", 0, 0, "card check [--json]"},
+    {"card repair", 1, kMany, "card repair FILE..."},
     {"card reset", 1, kMany, "card reset FILE..."},
     {"card apdu", 1, kMany, "card apdu HEX..."},
 };
@@ -202,7 +208,7 @@ void check_operands(const Command &c) {
         if (name == a.name) arity = &a;
     }
     if (arity == nullptr) {
-        if (name == "card") throw UsageError("card needs ls, cat, reset or apdu");
+        if (name == "card") throw UsageError("card needs ls, cat, check, repair, reset or apdu");
         throw UsageError("unknown command " + name);
     }
     const std::vector<std::string> args = c.operands();
@@ -211,8 +217,8 @@ void check_operands(const Command &c) {
     }
     if (c.values_only && name != "get") throw UsageError("-v goes with get");
     if (c.values_only && c.json) throw UsageError("-v and --json exclude each other");
-    if (c.json && name != "get" && name != "tree" && name != "card ls") {
-        throw UsageError("--json goes with get, tree and card ls");
+    if (c.json && name != "get" && name != "tree" && name != "card ls" && name != "card check") {
+        throw UsageError("--json goes with get, tree, card ls and card check");
     }
     if (c.hex && name != "card cat") throw UsageError("--hex goes with card cat");
     if ((name == "add" || name == "del") && args[0].back() != '.') {
@@ -220,7 +226,7 @@ void check_operands(const Command &c) {
     }
     if (name == "add") positive(args[1], "instance number");
     if (name == "del" && args.size() == 2) positive(args[1], "instance number");
-    if (name == "card cat" || name == "card reset") {
+    if (name == "card cat" || name == "card reset" || name == "card repair") {
         for (const auto &id : args) check_file_id(id);
     }
     if (name == "card apdu") {
@@ -283,10 +289,17 @@ Options parse_options(int argc, char **argv) {
     if (o.commands.size() == 1 && o.commands[0].words.empty()) {
         throw UsageError("no command given");
     }
+    bool values_used = false;  // by a command before this one
     for (size_t i = 0; i < o.commands.size(); ++i) {
         const Command &c = o.commands[i];
         if (c.words.empty()) throw UsageError("missing command between --");
         check_operands(c);
+        if (c.name() == "card repair" && values_used) {
+            throw UsageError(
+                "card repair must come before the commands that read or change values: "
+                "the library's memory would not see the repaired file");
+        }
+        values_used = values_used || c.words[0] != "card";
         if (c.name() == "card apdu" && i + 1 != o.commands.size()) {
             throw UsageError(
                 "card apdu must be the last command: the library no longer knows "

@@ -78,8 +78,8 @@ _simcardctl() {
     case ${args[0]} in
     card)
         if ((n == 1)); then
-            COMPREPLY=($(compgen -W "ls cat reset apdu" -- "$cur"))
-        elif [[ ${args[1]} == cat || ${args[1]} == reset ]]; then
+            COMPREPLY=($(compgen -W "ls cat check repair reset apdu" -- "$cur"))
+        elif [[ ${args[1]} == cat || ${args[1]} == reset || ${args[1]} == repair ]]; then
             COMPREPLY=($(compgen -W "$(_simcardctl_list card ls | awk 'NR > 1 {print $1}')" -- "$cur"))
         fi
         ;;
