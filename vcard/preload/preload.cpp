@@ -9,6 +9,9 @@
 //   SIMCARD_VIRTUAL_CONFIG   a configuration document copied into the sandbox
 //   SIMCARD_VIRTUAL_TRACE    a file that gets one line per card command, or
 //                            "-" for standard error
+//   SIMCARD_VIRTUAL_PCAP     a pcap file, made anew, that gets every card
+//                            exchange as a GSMTAP frame stamped with the
+//                            virtual clock
 //
 // Nothing is read or made until the library first asks for the hook, so the
 // programs a gateway program starts, which inherit LD_PRELOAD, leave the image
@@ -32,6 +35,7 @@
 #include <string>
 
 #include "hal/platform.h"
+#include "vcard/pcap.h"
 #include "vcard/tap.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
@@ -112,6 +116,17 @@ Preload::Preload() {
     if (FILE *trace = open_trace(env("SIMCARD_VIRTUAL_TRACE"))) {
         tap_->add_sink([trace](const TraceEntry &entry, const struct timeval &) {
             write_trace(trace, entry, false);
+        });
+    }
+    if (const std::string pcap = env("SIMCARD_VIRTUAL_PCAP"); !pcap.empty()) {
+        auto writer = std::make_shared<PcapWriter>(pcap);
+        tap_->add_sink([writer, pcap](const TraceEntry &entry, const struct timeval &when) mutable {
+            // Said once, and the program goes on: the card matters more.
+            if (writer && !writer->write(entry, when)) {
+                std::fprintf(stderr, "%s: cannot write %s; the pcap ends here\n", kName,
+                             pcap.c_str());
+                writer.reset();
+            }
         });
     }
     tap_->add_sink([this](const TraceEntry &, const struct timeval &) { keep_card(); });
