@@ -39,12 +39,13 @@ cmake --build build-mipsel -j"$jobs"
 lap "mipsel build"
 
 echo "== mipsel: tests under qemu-mipsel"
-# The tests of simcardctl and of the example program start them with fork and
-# exec; qemu-user follows an exec into a MIPS program only where the kernel
-# knows MIPS programs (binfmt_misc), which CI lacks. They run in the host builds.
+# The tests of simcardctl, of the example program and the power-loss sweep
+# start programs with fork and exec; qemu-user follows an exec into a MIPS
+# program only where the kernel knows MIPS programs (binfmt_misc), which CI
+# lacks. They run in the host builds.
 skip=""
 if [ ! -e /proc/sys/fs/binfmt_misc/qemu-mipsel ]; then
-    skip='^(tool|example)\.'
+    skip='^(tool\.|example\.|sweep\..*/PowerLoss\.)'
 fi
 (cd build-mipsel && ctest --output-on-failure -j"$jobs" ${skip:+-E "$skip"})
 lap "mipsel tests"

@@ -184,7 +184,13 @@ void VirtualCard::set_online_schedule(std::vector<int> values) {
     online_next_ = 0;
 }
 
+void VirtualCard::cut_power_after_updates(size_t updates) { power_left_ = updates; }
+
 void VirtualCard::clear_faults() {
+    if (!powered()) {
+        reset();
+    }
+    power_left_.reset();
     ioctl_faults_.clear();
     status_faults_.clear();
     online_ = true;
@@ -257,6 +263,10 @@ int VirtualCard::online(void *arg) {
         errno = EIO;
         return -1;
     }
+    if (!powered()) {
+        *value = 0;
+        return 0;
+    }
     if (online_next_ < online_schedule_.size()) {
         *value = online_schedule_[online_next_++];
     } else {
@@ -284,7 +294,7 @@ int VirtualCard::transfer(Request kind, void *arg) {
         entry.data.assign(req->data, req->data + req->data_len);
     }
     const uint8_t instruction = entry.header[1];
-    if (take(ioctl_faults_, instruction, nullptr)) {
+    if (!powered() || take(ioctl_faults_, instruction, nullptr)) {
         entry.failed = true;
         errno = EIO;
         return -1;
@@ -301,6 +311,9 @@ int VirtualCard::transfer(Request kind, void *arg) {
         answer = get_response(cmd, std::move(pending));
     } else {
         answer = execute(cmd);
+        if (instruction == ins::kUpdateBinary && power_left_) {
+            --*power_left_;
+        }
     }
 
     if (kind == Request::Read) {

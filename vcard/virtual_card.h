@@ -162,7 +162,12 @@ public:
     void set_claimed_size(std::optional<uint16_t> size) { claimed_size_ = size; }
     // READ BINARY and GET RESPONSE hand over `missing` fewer bytes than due.
     void set_short_read(size_t missing) { short_read_ = missing; }
-    void clear_faults();
+    // The card loses power once `updates` more UPDATE BINARY commands have
+    // reached it (0: at once). It keeps what it took; every later command
+    // fails in the driver and ONLINE reports 0, until clear_faults().
+    void cut_power_after_updates(size_t updates);
+    bool powered() const { return !power_left_ || *power_left_ > 0; }
+    void clear_faults();  // power comes back as after power-on
 
     // ---- card image ------------------------------------------------------
     // Text format described in card_image.cpp. Loading replaces every file
@@ -240,6 +245,7 @@ private:
     std::optional<uint8_t> pending_length_;
     std::optional<uint16_t> claimed_size_;
     size_t short_read_ = 0;
+    std::optional<size_t> power_left_;  // UPDATE BINARY commands until the cut
 };
 
 }  // namespace simcard::vcard

@@ -229,6 +229,28 @@ TEST_F(CardTest, FaultsSkipThenHitTimes) {
     EXPECT_EQ(binary(card, 0, 0, {'z'}).sw, kOk);
 }
 
+TEST_F(CardTest, APowerCutKeepsWhatReachedTheCardAndAnswersNothingMore) {
+    select_6F04();
+    card.cut_power_after_updates(2);
+    card.fail_status(ins::kUpdateBinary, 0x65, 0x81);
+    EXPECT_EQ(binary(card, 0, 0, {'a'}).sw, (Bytes{0x65, 0x81})) << "refused: not counted";
+    EXPECT_EQ(binary(card, 0, 0, {'b'}).sw, kOk);
+    EXPECT_TRUE(card.powered());
+    EXPECT_EQ(binary(card, 1, 0, {'c'}).sw, kOk);
+    EXPECT_FALSE(card.powered());
+    EXPECT_EQ(binary(card, 2, 0, {'d'}).rc, -1);
+    EXPECT_EQ(binary(card, 0, 1).rc, -1);
+    int online = -1;
+    EXPECT_EQ(0, card.ioctl(SIMIO_IOCTL_ONLINE, &online));
+    EXPECT_EQ(0, online);
+    EXPECT_EQ(card.text(0x6F04).substr(0, 4), "bc00");
+
+    card.clear_faults();
+    EXPECT_EQ(binary(card, 0, 1).sw, (Bytes{0x69, 0x86})) << "powered on afresh: no file selected";
+    card.cut_power_after_updates(0);
+    EXPECT_EQ(select(card, 0x7F80).rc, -1);
+}
+
 // ---- card image ----------------------------------------------------------------
 
 TEST(CardImage, RoundTripIsExactAndAMalformedImageNamesItsLineAndChangesNothing) {
