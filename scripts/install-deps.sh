@@ -3,8 +3,8 @@
 # named as arguments), skipping those already present. Safe to run again.
 set -eu
 
-# nlohmann-json3-dev: simcardctl's JSON output; tshark: its tests decode the
-# tool's pcap traces.
+# nlohmann-json3-dev: simcardctl's JSON output; tshark: the tests decode the
+# pcap traces of the tool and of the preload library.
 PACKAGES="cmake g++ make pkg-config libupnp-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind clang-format nlohmann-json3-dev tshark"
 if [ $# -gt 0 ]; then
     PACKAGES="$*"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <string>
 
 #include "simcard/simcard_hal.h"
 
@@ -35,6 +36,16 @@ TraceEntry entry_of_request(unsigned long request, const void *arg, int rc) {
         entry.sw2 = req->sw2;
     }
     return entry;
+}
+
+void write_trace(FILE *out, const TraceEntry &entry, bool hex) {
+    std::fprintf(out, "card: %s\n", describe(entry).c_str());
+    if (hex) {
+        for (const std::string &line : describe_bytes(entry)) {
+            std::fprintf(out, "card:   %s\n", line.c_str());
+        }
+    }
+    std::fflush(out);
 }
 
 Tap::Tap(const simcard_platform &base) : base_(base), table_(base) {

@@ -6,6 +6,7 @@
 
 #include <sys/time.h>
 
+#include <cstdio>
 #include <functional>
 #include <vector>
 
@@ -16,6 +17,10 @@ namespace simcard::vcard {
 
 // What one ioctl carried; rc is its result.
 TraceEntry entry_of_request(unsigned long request, const void *arg, int rc);
+
+// The text trace of one request on `out`, flushed: "card: " and its line,
+// then with `hex` its bytes ("card:   > A0 A4 00 00 02 6F 05").
+void write_trace(FILE *out, const TraceEntry &entry, bool hex);
 
 // A copy of a table in which only ioctl is replaced, so that every other call
 // (and any the table gains) goes to the base with the base's own context.

@@ -3,6 +3,7 @@
 // the card image, sandbox and trace named in the environment.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "tests/support/process.h"
+#include "tests/support/tshark.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
 
@@ -19,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using simcard::testing::Process;
 using simcard::testing::ProcessResult;
+using simcard::testing::SimFrame;
 
 constexpr const char *kUrl = "InternetGatewayDevice.ManagementServer.URL";
 const std::string kDevices = "InternetGatewayDevice.WANDevice.1.WANConnectionDevice.";
@@ -54,10 +57,13 @@ protected:
 
     // The preload and its variables; `extra` is applied last.
     std::vector<std::string> env(const std::vector<std::string> &extra = {}) const {
-        std::vector<std::string> e = {
-            "LD_PRELOAD=" SIMCARD_PRELOAD, "SIMCARD_VIRTUAL_IMAGE=" + image_,
-            "SIMCARD_VIRTUAL_CONFIG=" SIMCARD_SAMPLE_DIR "/simcardconfig.xml",
-            "SIMCARD_VIRTUAL_SANDBOX", "SIMCARD_VIRTUAL_TRACE"};
+        const std::string config = SIMCARD_SAMPLE_DIR "/simcardconfig.xml";
+        std::vector<std::string> e = {"LD_PRELOAD=" SIMCARD_PRELOAD,
+                                      "SIMCARD_VIRTUAL_IMAGE=" + image_,
+                                      "SIMCARD_VIRTUAL_CONFIG=" + config,
+                                      "SIMCARD_VIRTUAL_SANDBOX",
+                                      "SIMCARD_VIRTUAL_TRACE",
+                                      "SIMCARD_VIRTUAL_PCAP"};
         e.insert(e.end(), extra.begin(), extra.end());
         return e;
     }
@@ -126,7 +132,8 @@ TEST_F(Agent, FailedRequestsAreReportedAndSetTheExitStatus) {
 // The image follows the card command by command: a killed program leaves
 // what it wrote to the card, and only that.
 TEST_F(Agent, AKilledProgramLeavesTheCardAsItsLastCommandLeftIt) {
-    Process p({GATEWAY_AGENT}, env());
+    const std::string pcap = sandbox_.path("card.pcap");
+    Process p({GATEWAY_AGENT}, env({"SIMCARD_VIRTUAL_PCAP=" + pcap}));
     p.write(std::string("set ") + kUrl + " http://synced/\nsync\n");
     ASSERT_TRUE(p.read_until("\nsynced\n"));
     p.write(std::string("set ") + kUrl + " http://never-synced/\n");
@@ -135,6 +142,11 @@ TEST_F(Agent, AKilledProgramLeavesTheCardAsItsLastCommandLeftIt) {
     EXPECT_EQ(-1, p.finish().status);
     EXPECT_NE(std::string::npos, card().text(0x6F05).find("P00=\"http://synced/\""));
     EXPECT_FALSE(fs::exists(image_ + ".new"));
+    // Each frame is written whole (tshark refuses a file cut short in one).
+    const std::vector<SimFrame> frames = simcard::testing::sim_frames(pcap);
+    EXPECT_TRUE(std::any_of(frames.begin(), frames.end(), [](const SimFrame &f) {
+        return f.ins == "0xd6" && f.data.find("http://synced/") != std::string::npos;
+    }));
 }
 
 TEST_F(Agent, TheSandboxAndTheTraceGoWhereTheEnvironmentSays) {
@@ -158,6 +170,45 @@ TEST_F(Agent, TheSandboxAndTheTraceGoWhereTheEnvironmentSays) {
     EXPECT_NE(std::string::npos, r.err.find("card: READ BINARY off=0 len=200 -> 90 00\n"));
 }
 
+// Wireshark's own decoder reads the pcap of a session: one frame for each card
+// command of the trace, stamped by the virtual clock, nothing malformed.
+TEST_F(Agent, APcapOfTheSessionDecodesInTshark) {
+    const std::string pcap = sandbox_.path("card.pcap");
+    const std::string trace = sandbox_.path("card.trace");
+    const ProcessResult r =
+        agent(std::string("get ") + kUrl + "\nset " + kUrl + " http://pcap.example/\nsync\n",
+              {"SIMCARD_VIRTUAL_PCAP=" + pcap, "SIMCARD_VIRTUAL_TRACE=" + trace});
+    ASSERT_EQ(0, r.status) << r.err;
+    const std::vector<SimFrame> frames = simcard::testing::sim_frames(pcap);
+    ASSERT_FALSE(frames.empty());
+
+    size_t commands = 0;  // the trace's lines but the ONLINE requests
+    std::istringstream lines(file_text(trace));
+    for (std::string line; std::getline(lines, line);) {
+        commands += line.rfind("card: ONLINE", 0) != 0;
+    }
+    EXPECT_EQ(commands, frames.size());
+    EXPECT_EQ("0xa4 0x7f80 0x9f16", frames[0].ins + " " + frames[0].file_id + " " + frames[0].sw);
+    EXPECT_GT(frames.back().time, frames.front().time) << "the library's waits";
+    EXPECT_LT(frames.back().time, 1000.0) << "the virtual clock, from 0";
+
+    std::string updated;
+    bool selected = false;
+    bool read = false;
+    for (const SimFrame &f : frames) {
+        selected = selected || (f.ins == "0xa4" && f.file_id == "0x6f05" && f.sw == "0x9f0f");
+        read = read || (f.ins == "0xb0" && f.sw == "0x9000" && !f.data.empty());
+        if (f.ins == "0xd6" && f.sw == "0x9000") {
+            updated += f.data;
+        }
+    }
+    EXPECT_TRUE(selected);
+    EXPECT_TRUE(read);
+    EXPECT_NE(std::string::npos, updated.find("P00=\"http://pcap.example/\"")) << updated;
+    EXPECT_EQ("", simcard::testing::tshark_errors(pcap));
+    EXPECT_NE(std::string::npos, card().text(0x6F05).find("P00=\"http://pcap.example/\""));
+}
+
 // Without its card the program stops before the library touches anything;
 // without the preload it runs on the system's own device and paths.
 TEST_F(Agent, NoCardNoStart) {
@@ -165,7 +216,7 @@ TEST_F(Agent, NoCardNoStart) {
     std::ofstream(bad) << "file 6F04 zero 1 00 <>\n";
     const struct {
         std::vector<std::string> env;
-        const char *message;
+        std::string message;
     } cases[] = {
         {{"SIMCARD_VIRTUAL_IMAGE"},
          "libsimcard-virtual: SIMCARD_VIRTUAL_IMAGE names no card image\n"},
@@ -175,6 +226,8 @@ TEST_F(Agent, NoCardNoStart) {
          "libsimcard-virtual: cannot read configuration document"},
         {{"SIMCARD_VIRTUAL_TRACE=" + sandbox_.path("no/such/dir/trace")},
          "libsimcard-virtual: cannot open trace file"},
+        {{"SIMCARD_VIRTUAL_PCAP=" + sandbox_.path("no/such/dir/card.pcap")},
+         "libsimcard-virtual: cannot create " + sandbox_.path("no/such/dir/card.pcap")},
     };
     const std::string before = file_text(image_);
     for (const auto &c : cases) {

@@ -19,6 +19,7 @@
 
 #include "simcard.h"
 #include "tests/support/process.h"
+#include "tests/support/tshark.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
 
@@ -102,11 +103,6 @@ protected:
     static Result exec(const std::vector<std::string> &argv,
                        const std::vector<std::string> &env = {}) {
         return simcard::testing::run(argv, env);
-    }
-
-    // A shell command's standard output.
-    static std::string shell(const std::string &command) {
-        return exec({"/bin/sh", "-c", command}).out;
     }
 
     simcard::vcard::VirtualCard card_after() const {
@@ -493,38 +489,23 @@ TEST_F(Tool, APcapOfAStartUpAndASyncDecodesInTshark) {
     const std::string pcap = sandbox_.path("sync.pcap");
     const Result r = run({"--pcap=" + pcap, "set", kUrl, "http://pcap.example/", "--", "sync"});
     ASSERT_EQ(0, r.status) << r.err;
-    const std::string fields =
-        shell("tshark -r '" + pcap +
-              "' -T fields -E separator=, -e frame.time_epoch -e gsm_sim.apdu.ins "
-              "-e gsm_sim.file_id -e gsm_sim.apdu.sw -e gsm_sim.apdu.data 2>/dev/null");
+    const std::vector<simcard::testing::SimFrame> frames = simcard::testing::sim_frames(pcap);
     std::set<std::string> seen;
     std::string updated;
-    size_t frames = 0;
-    std::istringstream lines(fields);
-    for (std::string line; std::getline(lines, line); ++frames) {
-        std::vector<std::string> f;
-        std::istringstream parts(line);
-        for (std::string p; std::getline(parts, p, ',');) f.push_back(p);
-        f.resize(5);
-        EXPECT_LT(std::stod(f[0]), 1000.0) << "the virtual clock: " << line;
-        seen.insert(f[1] + " " + f[2] + " " + f[3]);
-        if (f[1] == "0xd6") updated += f[4];
+    for (const auto &f : frames) {
+        EXPECT_LT(f.time, 1000.0) << "the virtual clock: " << f.ins;
+        seen.insert(f.ins + " " + f.file_id + " " + f.sw);
+        if (f.ins == "0xd6") updated += f.data;
     }
-    EXPECT_TRUE(has(r.err, "simcardctl: " + std::to_string(frames) + " card commands in " + pcap))
+    EXPECT_TRUE(
+        has(r.err, "simcardctl: " + std::to_string(frames.size()) + " card commands in " + pcap))
         << r.err;
     for (const char *exchange : {"0xa4 0x7f80 0x9f16", "0xa4 0x6f05 0x9f0f", "0xc0  0x9000",
                                  "0xb0  0x9000", "0xd6  0x9000", "0xe1  0x9f1b"}) {
-        EXPECT_EQ(1u, seen.count(exchange)) << exchange << "\n" << fields;
+        EXPECT_EQ(1u, seen.count(exchange)) << exchange;
     }
-    std::string url_hex;
-    for (const unsigned char c : std::string("http://pcap.example/")) {
-        char b[3];
-        std::snprintf(b, sizeof b, "%02x", c);
-        url_hex += b;
-    }
-    EXPECT_TRUE(has(updated, url_hex)) << updated;
-    EXPECT_EQ("", shell("tshark -r '" + pcap +
-                        "' -Y '_ws.malformed || _ws.expert.severity >= error' 2>/dev/null"));
+    EXPECT_TRUE(has(updated, "http://pcap.example/"));
+    EXPECT_EQ("", simcard::testing::tshark_errors(pcap));
 }
 
 // ---- not beside a running program ------------------------------------------

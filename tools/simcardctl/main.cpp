@@ -102,12 +102,7 @@ int run(const tool::Options &o) {
         const bool hex = o.trace == tool::Trace::Hex;
         tap.add_sink([&console, hex](const vcard::TraceEntry &e, const timeval &) {
             console.pump();  // the library's lines before the command, in order
-            std::fprintf(stderr, "card: %s\n", vcard::describe(e).c_str());
-            if (hex) {
-                for (const auto &line : vcard::describe_bytes(e)) {
-                    std::fprintf(stderr, "card:   %s\n", line.c_str());
-                }
-            }
+            vcard::write_trace(stderr, e, hex);
         });
     }
     std::unique_ptr<vcard::PcapWriter> pcap;

@@ -9,6 +9,9 @@
 //   SIMCARD_VIRTUAL_CONFIG   a configuration document copied into the sandbox
 //   SIMCARD_VIRTUAL_TRACE    a file that gets one line per card command, or
 //                            "-" for standard error
+//   SIMCARD_VIRTUAL_PCAP     a pcap file, made anew, that gets every card
+//                            exchange as a GSMTAP frame stamped with the
+//                            virtual clock
 //
 // Nothing is read or made until the library first asks for the hook, so the
 // programs a gateway program starts, which inherit LD_PRELOAD, leave the image
@@ -32,6 +35,8 @@
 #include <string>
 
 #include "hal/platform.h"
+#include "vcard/pcap.h"
+#include "vcard/tap.h"
 #include "vcard/virtual_card.h"
 #include "vcard/virtual_platform.h"
 
@@ -53,30 +58,39 @@ std::string image_text(const VirtualCard &card) {
     return text.str();
 }
 
+// Null when no trace is asked for.
+FILE *open_trace(const std::string &trace) {
+    if (trace.empty()) {
+        return nullptr;
+    }
+    if (trace == "-") {
+        return stderr;
+    }
+    FILE *file = std::fopen(trace.c_str(), "a");
+    if (file == nullptr) {
+        throw std::runtime_error("cannot open trace file " + trace + ": " + std::strerror(errno));
+    }
+    return file;
+}
+
 class Preload {
 public:
     Preload();
     Preload(const Preload &) = delete;
     Preload &operator=(const Preload &) = delete;
 
-    const simcard_platform *table() const { return &table_; }
+    const simcard_platform *table() const { return tap_->table(); }
 
 private:
-    static int forward_ioctl(void *ctx, int fd, unsigned long request, void *arg);
-    void after_command();
+    void keep_card();
     void save_if_changed();
 
     VirtualCard card_;
     std::unique_ptr<VirtualPlatform> platform_;
+    std::unique_ptr<Tap> tap_;
     std::string image_;
     std::string saved_;  // the text the image file holds
-    FILE *trace_ = nullptr;
-    simcard_platform table_{};
 };
-
-// The one card of the process; the table's calls all carry the platform as
-// their context, so the ioctl finds the rest here.
-Preload *g_preload = nullptr;
 
 Preload::Preload() {
     const std::string image = env("SIMCARD_VIRTUAL_IMAGE");
@@ -96,37 +110,30 @@ Preload::Preload() {
     prepare_sandbox(sandbox, env("SIMCARD_VIRTUAL_CONFIG"));
     platform_ = std::make_unique<VirtualPlatform>(card_, sandbox);
 
-    const std::string trace = env("SIMCARD_VIRTUAL_TRACE");
-    if (trace == "-") {
-        trace_ = stderr;
-    } else if (!trace.empty()) {
-        trace_ = std::fopen(trace.c_str(), "a");
-        if (trace_ == nullptr) {
-            throw std::runtime_error("cannot open trace file " + trace + ": " +
-                                     std::strerror(errno));
-        }
-    }
-
     // Every entry of the virtual platform, whatever the seam holds, with the
-    // ioctl wrapped.
-    table_ = *platform_->table();
-    table_.ioctl = forward_ioctl;
+    // ioctl tapped.
+    tap_ = std::make_unique<Tap>(*platform_->table());
+    if (FILE *trace = open_trace(env("SIMCARD_VIRTUAL_TRACE"))) {
+        tap_->add_sink([trace](const TraceEntry &entry, const struct timeval &) {
+            write_trace(trace, entry, false);
+        });
+    }
+    if (const std::string pcap = env("SIMCARD_VIRTUAL_PCAP"); !pcap.empty()) {
+        auto writer = std::make_shared<PcapWriter>(pcap);
+        tap_->add_sink([writer, pcap](const TraceEntry &entry, const struct timeval &when) mutable {
+            // Said once, and the program goes on: the card matters more.
+            if (writer && !writer->write(entry, when)) {
+                std::fprintf(stderr, "%s: cannot write %s; the pcap ends here\n", kName,
+                             pcap.c_str());
+                writer.reset();
+            }
+        });
+    }
+    tap_->add_sink([this](const TraceEntry &, const struct timeval &) { keep_card(); });
     std::fprintf(stderr, "%s: card image %s, sandbox %s\n", kName, image_.c_str(), sandbox.c_str());
 }
 
-int Preload::forward_ioctl(void *ctx, int fd, unsigned long request, void *arg) {
-    const int rc = g_preload->platform_->table()->ioctl(ctx, fd, request, arg);
-    g_preload->after_command();
-    return rc;
-}
-
-void Preload::after_command() {
-    if (trace_ != nullptr) {
-        for (const std::string &line : card_.trace_lines()) {
-            std::fprintf(trace_, "card: %s\n", line.c_str());
-        }
-        std::fflush(trace_);
-    }
+void Preload::keep_card() {
     // A gateway program runs for long: what the card and the clock record
     // must not grow with it.
     card_.clear_trace();
@@ -160,8 +167,7 @@ void Preload::save_if_changed() {
 const simcard_platform *start() {
     try {
         // Never freed: the library may call until the very end of the process.
-        g_preload = new Preload();
-        return g_preload->table();
+        return (new Preload())->table();
     } catch (const std::exception &e) {
         // Without its card the program would run on the real system: stop it.
         std::fprintf(stderr, "%s: %s\n", kName, e.what());
