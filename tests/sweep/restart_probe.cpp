@@ -8,30 +8,18 @@
 // "init RC", "value FILE PATH<TAB>VALUE" per path, "set RC PATH" per set and
 // "sync RC"; the library's own messages go to standard output.
 #include <cstdio>
-#include <exception>
 #include <fstream>
 
 #include "simcard.h"
+#include "tests/support/image_program.h"
 #include "tests/sweep/served.h"
-#include "vcard/virtual_card.h"
-#include "vcard/virtual_platform.h"
-
-namespace {
-const simcard_platform *g_table = nullptr;
-}
-
-extern "C" const simcard_platform *simcard_platform_override(void) { return g_table; }
 
 int main(int argc, char **argv) {
     if (argc < 4 || argc % 2 != 0) {
         std::fprintf(stderr, "usage: restart_probe IMAGE SANDBOX REPORT [PATH VALUE]...\n");
         return 2;
     }
-    try {
-        simcard::vcard::VirtualCard card;
-        card.load_image_file(argv[1]);
-        simcard::vcard::VirtualPlatform platform(card, argv[2]);
-        g_table = platform.table();
+    return simcard::testing::on_image("restart_probe", argv[1], argv[2], 1, [&](auto &) {
         std::ofstream report(argv[3]);
         report << "init " << simcard_init() << "\n";
         for (const auto &[path, served] : simcard::sweep::served()) {
@@ -43,12 +31,6 @@ int main(int argc, char **argv) {
                    << "\n";
         }
         report << "sync " << simcard_syncData2Sim() << "\n";
-        std::fflush(stdout);
-        card.save_image_file(argv[1]);
-        g_table = nullptr;
         return report ? 0 : 1;
-    } catch (const std::exception &e) {
-        std::fprintf(stderr, "restart_probe: %s\n", e.what());
-        return 1;
-    }
+    });
 }

@@ -10,30 +10,18 @@
 // the program itself; the library's messages go to standard output.
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <stdexcept>
 #include <string>
 
 #include "simcard.h"
-#include "vcard/virtual_card.h"
-#include "vcard/virtual_platform.h"
-
-namespace {
-const simcard_platform *g_table = nullptr;
-}
-
-extern "C" const simcard_platform *simcard_platform_override(void) { return g_table; }
+#include "tests/support/image_program.h"
 
 int main(int argc, char **argv) {
     if (argc < 4 || argc % 2 != 0) {
         std::fprintf(stderr, "usage: tear_card IMAGE SANDBOX CHUNKS [PATH VALUE]...\n");
         return 2;
     }
-    try {
-        simcard::vcard::VirtualCard card;
-        card.load_image_file(argv[1]);
-        simcard::vcard::VirtualPlatform platform(card, argv[2]);
-        g_table = platform.table();
+    return simcard::testing::on_image("tear_card", argv[1], argv[2], 2, [&](auto &card) {
         if (simcard_init() != 0) throw std::runtime_error("start-up failed");
         for (int i = 4; i < argc; i += 2) {
             if (simcard_setParamValueByUri(argv[i], argv[i + 1]) != 0) {
@@ -41,13 +29,6 @@ int main(int argc, char **argv) {
             }
         }
         card.cut_power_after_updates(std::strtoul(argv[3], nullptr, 10));
-        const int rc = simcard_syncData2Sim();
-        std::fflush(stdout);
-        g_table = nullptr;
-        card.save_image_file(argv[1]);
-        return rc & 0xFF;
-    } catch (const std::exception &e) {
-        std::fprintf(stderr, "tear_card: %s\n", e.what());
-        return 2;
-    }
+        return simcard_syncData2Sim() & 0xFF;
+    });
 }
