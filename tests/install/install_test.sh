@@ -13,10 +13,14 @@
 #   cmake      the same program built by a CMake project with find_package
 #
 # The programs run on a copy of the sample card through the installed
-# libsimcard-virtual.so.
+# libsimcard-virtual.so. All of it uses the IXML that the calling build found
+# (IXML_INCLUDE_DIR, IXML_LIBRARY; libupnp's pkg-config file beside the
+# library), and each program is checked to need the same libixml as the
+# installed library: two versions of IXML in one process would pass nodes
+# between two allocators.
 #
 # Usage: install_test.sh STEP SOURCE_DIR WORK_DIR   (CC, CXX, CMAKE, CMAKE_GENERATOR,
-#        CMAKE_BUILD_TYPE from the environment)
+#        CMAKE_BUILD_TYPE, IXML_INCLUDE_DIR, IXML_LIBRARY from the environment)
 set -eu
 step=$1
 src=$2
@@ -24,15 +28,29 @@ work=$3
 cmake=${CMAKE:-cmake}
 cc=${CC:-cc}
 prefix=$work/prefix
+ixml_dir=$(dirname "$IXML_LIBRARY")
+
+# The libixml a file needs (NEEDED), or its own name (SONAME).
+dynamic() {
+    readelf -d "$2" | sed -n "s/.*($1).*\[\(libixml[^]]*\)\]/\1/p"
+}
 
 run_consumer() {
+    ixml=$(dynamic SONAME "$IXML_LIBRARY")
+    for f in "$prefix/lib/libsimcard.so" "$1"; do
+        needs=$(dynamic NEEDED "$f")
+        if [ -z "$ixml" ] || [ "$needs" != "$ixml" ]; then
+            echo "$f needs ${needs:-no libixml}; the build's IXML is ${ixml:-unnamed}" >&2
+            exit 1
+        fi
+    done
     rm -rf "$work/card"
     mkdir -p "$work/card"
     cp "$src/sample/card.img" "$work/card/card.img"
     out=$(LD_PRELOAD="$prefix/lib/libsimcard-virtual.so" \
         SIMCARD_VIRTUAL_IMAGE="$work/card/card.img" \
         SIMCARD_VIRTUAL_CONFIG="$src/sample/simcardconfig.xml" \
-        LD_LIBRARY_PATH="$prefix/lib" "$1")
+        LD_LIBRARY_PATH="$prefix/lib:$ixml_dir" "$1")
     echo "$out" | grep '^file elements: [1-9]' || {
         echo "$out"
         echo "the installed program did not walk the tree" >&2
@@ -48,7 +66,7 @@ configure)
         -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="${CXX:-c++}" \
         -DCMAKE_BUILD_TYPE="${CMAKE_BUILD_TYPE:-}" \
         -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib \
-        -DBUILD_TESTING=OFF \
+        -DBUILD_TESTING=OFF -DIXML_INCLUDE_DIR="$IXML_INCLUDE_DIR" -DIXML_LIBRARY="$IXML_LIBRARY" \
         -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON
     ;;
 install)
@@ -67,7 +85,7 @@ install)
     done
     ;;
 pkgconfig)
-    export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+    export PKG_CONFIG_PATH="$prefix/lib/pkgconfig:$ixml_dir/pkgconfig"
     # shellcheck disable=SC2046
     "$cc" -std=c99 -pedantic -Werror -o "$work/pkgconfig_consumer" "$src/tests/install/consumer.c" \
         $(pkg-config --cflags --libs libsimcard)
@@ -76,7 +94,8 @@ pkgconfig)
 cmake)
     "$cmake" -S "$src/tests/install/cmake_consumer" -B "$work/cmake_consumer" \
         -G "${CMAKE_GENERATOR:-Unix Makefiles}" -DCMAKE_C_COMPILER="$cc" \
-        -DCMAKE_PREFIX_PATH="$prefix"
+        -DCMAKE_PREFIX_PATH="$prefix" -DIXML_INCLUDE_DIR="$IXML_INCLUDE_DIR" \
+        -DIXML_LIBRARY="$IXML_LIBRARY"
     "$cmake" --build "$work/cmake_consumer"
     run_consumer "$work/cmake_consumer/consumer"
     ;;
