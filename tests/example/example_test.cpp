@@ -19,19 +19,13 @@
 namespace {
 
 namespace fs = std::filesystem;
+using simcard::testing::file_text;
 using simcard::testing::Process;
 using simcard::testing::ProcessResult;
 using simcard::testing::SimFrame;
 
 constexpr const char *kUrl = "InternetGatewayDevice.ManagementServer.URL";
 const std::string kDevices = "InternetGatewayDevice.WANDevice.1.WANConnectionDevice.";
-
-std::string file_text(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 // Whether `lines` appear in `text` as whole lines, in this order, whatever
 // the library printed between them.

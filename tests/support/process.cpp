@@ -7,6 +7,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace simcard::testing {
@@ -146,6 +148,13 @@ ProcessResult run(const std::vector<std::string> &argv, const std::vector<std::s
     Process process(argv, env);
     process.write(input);
     return process.finish();
+}
+
+std::string file_text(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
 }
 
 }  // namespace simcard::testing

@@ -50,6 +50,9 @@ private:
     ProcessResult result_;
 };
 
+// A file a program left, as text; empty when it cannot be read.
+std::string file_text(const std::string &path);
+
 // Runs to the end with `input` on standard input.
 ProcessResult run(const std::vector<std::string> &argv, const std::vector<std::string> &env = {},
                   std::string_view input = {});

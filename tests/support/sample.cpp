@@ -7,18 +7,16 @@
 
 #include "sal/config.h"
 #include "sal/xml.h"
+#include "tests/support/process.h"
 
 namespace simcard::testing {
 
 std::string sample_text(std::string_view name) {
     const std::string path = std::string(SIMCARD_SAMPLE_DIR) + "/" + std::string(name);
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    if (!std::ifstream(path)) {
         throw std::runtime_error("cannot read " + path);
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return file_text(path);
 }
 
 SampleTest::SampleTest() {

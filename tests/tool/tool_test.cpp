@@ -27,6 +27,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
+using simcard::testing::file_text;
 
 const std::string kIgd = "InternetGatewayDevice.";
 const std::string kServer = kIgd + "ManagementServer.";
@@ -36,13 +37,6 @@ const std::string kDevices = kIgd + "WANDevice.1.WANConnectionDevice.";
 const std::string kTry = "Try 'simcardctl --help' for more information.\n";
 
 using Result = simcard::testing::ProcessResult;
-
-std::string file_text(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 bool has(const std::string &text, const std::string &part) {
     return text.find(part) != std::string::npos;
