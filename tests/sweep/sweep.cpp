@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include "sal/lifecycle/state.h"
 #include "sal/number.h"
@@ -24,35 +25,28 @@ uint16_t selected_id(const vcard::TraceEntry &e) {
     return e.data.size() >= 2 ? static_cast<uint16_t>(e.data[0] << 8 | e.data[1]) : 0;
 }
 
+// The card's instructions other than SELECT, and what the sweep calls them.
+constexpr std::pair<uint8_t, Cmd> kCommands[] = {
+    {ins::kGetResponse, Cmd::kGetResponse},     {ins::kReadBinary, Cmd::kReadBinary},
+    {ins::kUpdateBinary, Cmd::kUpdateBinary},   {ins::kUpdateStatus, Cmd::kUpdateStatus},
+    {ins::kAuthChallenge, Cmd::kAuthChallenge}, {ins::kAuthAnswer, Cmd::kAuthAnswer},
+    {ins::kFactoryReset, Cmd::kFactoryReset},
+};
+
 Cmd cmd_of(const vcard::TraceEntry &e) {
     if (e.request == vcard::Request::Online) {
         return Cmd::kOnline;
     }
-    switch (e.header[1]) {
-        case ins::kSelect: {
-            const uint16_t id = selected_id(e);
-            return id == vcard::VirtualCard::kOperatorDirectory ||
-                           id == vcard::VirtualCard::kMasterFile
-                       ? Cmd::kSelectDir
-                       : Cmd::kSelectFile;
-        }
-        case ins::kGetResponse:
-            return Cmd::kGetResponse;
-        case ins::kReadBinary:
-            return Cmd::kReadBinary;
-        case ins::kUpdateBinary:
-            return Cmd::kUpdateBinary;
-        case ins::kUpdateStatus:
-            return Cmd::kUpdateStatus;
-        case ins::kAuthChallenge:
-            return Cmd::kAuthChallenge;
-        case ins::kAuthAnswer:
-            return Cmd::kAuthAnswer;
-        case ins::kFactoryReset:
-            return Cmd::kFactoryReset;
-        default:
-            throw std::logic_error("a command the library never sends");
+    if (e.header[1] == ins::kSelect) {
+        const uint16_t id = selected_id(e);
+        return id == vcard::VirtualCard::kOperatorDirectory || id == vcard::VirtualCard::kMasterFile
+                   ? Cmd::kSelectDir
+                   : Cmd::kSelectFile;
     }
+    for (const auto &[code, cmd] : kCommands) {
+        if (e.header[1] == code) return cmd;
+    }
+    throw std::logic_error("a command the library never sends");
 }
 
 // The line a call prints when its file SELECT (or the GET RESPONSE after it)
